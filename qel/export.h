@@ -1,0 +1,4 @@
+// Marks what the shared library offers; everything else stays hidden inside it.
+#pragma once
+
+#define QEL_API __attribute__((visibility("default")))

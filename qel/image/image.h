@@ -1,0 +1,411 @@
+// PQel: the image, a device-independent bitmap of 1 to 48 bits a pixel in any memory store and layout.
+//
+// One class, declared here once; the members are defined by subject:
+//   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat access,
+//                 pixels and zoomed lines
+//   fileio/       DIB files
+//   ops/          whole-image operations
+//
+// Conventions of every operation: row 0 is the top row and column 0 the left one; spans include both ends, rectangles
+// exclude right and bottom; line buffers follow the DIB rule (1-bit pixels most significant bit first, 4-bit pixels high
+// nibble first, 24-bit pixels blue, green, red); results are 1 for success and 0 for failure, null for pointers. An image
+// is used by one thread at a time.
+#pragma once
+
+#include "qel/export.h"
+#include "qel/mem/mem.h"
+#include "qel/platform/mfc/file.h"
+#include "qel/platform/mfc/object.h"
+#include "qel/platform/mfc/palette.h"
+#include "qel/platform/mfc/rect.h"
+#include "qel/platform/types.h"
+
+class PQel;
+
+/// Told of an image's creation (1), deletion (2), reads (3, afterwards) and writes (4, beforehand): the image, the event,
+/// first x, first y, last x, last y, and the caller's buffer.
+using ImageHookProc = void (*)(PQel *pImage, int nEvent, long lX0, long lY0, long lX1, long lY1, unsigned char *pBuf);
+
+/// Where an image's store lies.
+struct tagLmmInfo {
+  unsigned long dwSize;     // bytes
+  unsigned short wMemKind;  // 1: pvMem is a global-memory handle; 2: pvMem is the store's address
+  void *pvMem;
+};
+
+class QEL_API PQel : public CObject {
+  DECLARE_DYNAMIC(PQel)
+
+ public:
+  PQel();
+  ~PQel() override;
+
+  // Object and creation (image/object.cpp, image/create.cpp) ---------------------------------------------------------
+
+  /// Ends every creation and attachment: empties the changed rectangle and calls the hook with event 1.
+  virtual void InitialUpdate();
+
+  /// Empties the image; `bFree` 0 forgets the pixel store instead of freeing it. The hook procedure stays.
+  void DeleteImage(int bFree);
+
+  /// Moves the image of `pSrc` into this empty one; `pSrc` is empty then. The hook procedures stay where they are.
+  void CopyObject(PQel *pSrc);
+
+  /// Creates an image of a type (0 to 9), `lWidth` columns and |lHeight| rows (negative: top row stored first).
+  /// nClrUsed, pPal: size of the colour table and its entries (0: the type's own size; null: the standard palette).
+  /// dwDpmX, dwDpmY: dots per metre (0: the other's value, both 0: the desktop's). nMemFlags: stores to try in the order
+  /// 1 global memory, 4 reserved memory, 8 named mapping; 0x100 commits all pages at once. bBlock: square-block layout.
+  /// bUndo: with an undo copy. Pixels are not initialised. 0 for a bad size or type (the image is kept), or when no store
+  /// can be had (the image is empty).
+  int CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUAD *pPal, unsigned long dwDpmX,
+                  unsigned long dwDpmY, int nMemFlags, int bBlock, int bUndo);
+
+  /// Creates an image after a header; width and height 0 take the header's. nType 10: type, count and colour table from
+  /// the header too; another type: its standard palette.
+  int CreateImage(BITMAPINFO *pbi, long lWidth, long lHeight, int nType, int nMemFlags, int bBlock, int bUndo);
+
+  /// Creates an image from a packed DIB and copies its pixels.
+  int GenerateImage(BITMAPINFO *pbi, int nMemFlags, int bBlock, int bUndo);
+
+  /// Creates a copy of another image in the given store and layout.
+  int GenerateImage(PQel *pSrc, int nMemFlags, int bBlock, int bUndo);
+
+  /// Creates an image from a bitmap resource of a module (null: the executable). (fileio/dib_resource.cpp)
+  int GenerateImage(const char *pszName, HINSTANCE hModule);
+
+  // Attachment (image/attach.cpp) ------------------------------------------------------------------------------------
+
+  /// Takes over a packed DIB that starts a locked global block or a reservation; the memory is the image's then.
+  int Attach(BITMAPINFO *pbi);
+
+  /// Takes over a packed DIB in a global-memory handle. A failure leaves the handle the caller's.
+  int Attach(void *hDIB);
+
+  /// Opens the packed DIB that another image keeps in the named mapping.
+  int Attach(char *pszShareName);
+
+  /// Hands the image out as a packed DIB in a global-memory handle that the caller owns, and is empty then. Null for an
+  /// empty image and when memory is short.
+  void *Detach();
+
+  /// Copies header, masks and colour table to the start of the store.
+  int UpdateBI();
+
+  /// Brings the store's header up to date and returns the store's global handle; null for the other stores.
+  void *GetDIB();
+
+  /// Tells where the store lies; 0 for an empty image and in block layout.
+  int GetLmmInfo(tagLmmInfo *pInfo);
+
+  // Accessors (all safe on an empty image: 0 or null) ----------------------------------------------------------------
+
+  BITMAPINFO *GetBI() const { return reinterpret_cast<BITMAPINFO *>(m_pBIH); }
+  BITMAPINFOHEADER *GetBIH() const { return m_pBIH; }
+  int GetImageType() const { return m_nImageType; }
+  int GetMemType() const { return m_nMemType; }
+  long GetImageWidth() const { return m_pBIH ? m_pBIH->biWidth : 0; }
+  long GetImageHeight() const { return m_lHeight; }
+  long GetLineBytes() const { return m_lLineBytes; }
+  int GetBitCount() const { return m_pBIH ? m_pBIH->biBitCount : 0; }
+  long GetDpmX() const { return m_pBIH ? m_pBIH->biXPelsPerMeter : 0; }
+  long GetDpmY() const { return m_pBIH ? m_pBIH->biYPelsPerMeter : 0; }
+  unsigned long GetImageSize() const { return m_pMem ? m_pMem->GetSize() : 0; }
+  long GetLmmOffset() const { return m_lLmmOffset; }
+  int IsEmpty() const { return m_pBIH == nullptr; }
+  int IsEnableRepeat() const { return m_bRepeat; }
+  long GetXRepeat() const { return m_lXRepeat; }
+  long GetYRepeat() const { return m_lYRepeat; }
+  int IsEnableAntiAlias() const { return m_bAntiAlias; }
+
+  // State flags ------------------------------------------------------------------------------------------------------
+
+  /// Repeat mode: the image as an endless plane tiled with copies of itself. `b` 1 with periods of 0: the image's size.
+  void EnableRepeat(int b);
+
+  /// Turns repeat mode on: every lY rows the tiles shift by lX columns, every lX columns by lY rows; 0: the image's size.
+  void SetRepeat(long lX, long lY);
+
+  /// Takes over the repeat setting of another image.
+  void SetSameRepeat(PQel *pSource);
+
+  /// Allows anti-aliased drawing; 0 for an image that cannot have it (empty, below 8 bits, 256 colours).
+  int EnableAntiAlias(int b);
+
+  /// Installs a hook procedure and returns the one before it.
+  ImageHookProc SetHookProc(ImageHookProc pfn);
+
+  // Type codes (image/type.cpp) --------------------------------------------------------------------------------------
+
+  /// Bits per pixel of a type; 0 for a code outside 0 to 9.
+  static int GetBitCount(int nType);
+
+  /// Type of a bit count; 10 for none. Gray types are told from the colour table, by UpdateImageType.
+  static int GetImageType(int nBitCount);
+  static int GetImageType(BITMAPINFO *pbi);
+
+  /// Colour-table entries that a type has room for; 0 for a code outside 0 to 9.
+  static int GetMaxClrUsed(int nType);
+
+  /// Bytes of header, masks and colour table of a packed DIB; 0 for null.
+  static unsigned long GetBISize(BITMAPINFO *pbi);
+
+  // Palettes (image/palette.cpp) -------------------------------------------------------------------------------------
+
+  /// Writes the standard palette of a type (GetMaxClrUsed entries); 0 for a null table.
+  static int BuildStdPalette(int nType, RGBQUAD *pRGBQuad);
+
+  /// 1 when the palette is a standard one of 2, 16 or 256 entries.
+  static int IsStdPalette(HPALETTE hPal);
+
+  /// Entries of a palette; 0 for null.
+  static int GetColorNum(HPALETTE hPal);
+
+  /// Up to 256 entries as red, green, blue triples, or as RGBQUADs with the flags byte in the reserved one.
+  static int GetPaletteRGB(HPALETTE hPal, unsigned char *pRGB);
+  static int GetPaletteRGBQuad(HPALETTE hPal, RGBQUAD *pRGBQuad);
+
+  /// Builds a palette of 1 to 256 colours into `pal`, through a 768-byte colour map when one is given.
+  static int CreatePalette(CPalette &pal, int nColors, unsigned char *pMap, RGBQUAD *pRGBQuad);
+
+  /// New palettes that the caller owns: a type's standard one, or one of a given table. Null on failure.
+  static HPALETTE CreateLogicalPalette(int nType);
+  static HPALETTE CreateLogPal(int nColors, RGBQUAD *pRGBQuad);
+
+  /// Derives the type anew from bit count and colour table: gray ramps make types 4 and 5.
+  void UpdateImageType();
+
+  /// The image's colour table as a palette that the caller owns, through a colour map when one is given.
+  HPALETTE GetPalette(unsigned char *pMap);
+
+  /// Copies a palette into the colour table, as many entries as both have; `bDelete` deletes the palette then.
+  int SetPalette(HPALETTE hPal, int bDelete);
+
+  /// Inverts every colour of the table.
+  int InversePalette();
+
+  // Line access (image/line_access.cpp) ------------------------------------------------------------------------------
+
+  /// A row or a span of it, in the image's own format. Rows outside the image: 1, nothing moved.
+  int GetHorLine(long y, unsigned char *pBuf);
+  int GetHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int PutHorLine(long y, unsigned char *pBuf);
+  int PutHorLine(long x0, long x1, long y, unsigned char *pBuf);
+
+  /// A span of a column, packed as a line.
+  int GetVerLine(long x, long y0, long y1, unsigned char *pBuf);
+  int PutVerLine(long x, long y0, long y1, unsigned char *pBuf);
+
+  /// Bytes that a buffer needs for pixels x0 to x1, a multiple of 4; 0 for an empty image or span.
+  long GetHorLineSize(long x0, long x1);
+
+  /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8; 0:
+  /// as set). The pixels are rebuilt; a failure keeps the image as it was.
+  int EnableBlock(int bEnable, long lBlockSize);
+
+  /// The rectangle of changed pixels: grow it (null: the whole image), empty it, read it.
+  void InvalidateRect(CRect *pRect);
+  void InvalidateLine(long x0, long x1, long y);
+  void InvalidateVerLine(long x, long y0, long y1);
+  void Validate();
+  void GetInvalidateRect(CRect *pRect);
+
+  // Converted lines (image/converted_lines.cpp) ----------------------------------------------------------------------
+
+  /// A span as gray levels, one byte a pixel (images of 1, 4 and 8 bits), through a 256-byte map when one is given.
+  int GetGrayHorLine(long x0, long x1, long y, unsigned char *pDst, unsigned char *pMap);
+  int GetGrayVerLine(long x, long y0, long y1, unsigned char *pDst, unsigned char *pMap);
+
+  /// Writes gray levels into images of types 0, 4 and 5.
+  int PutGrayHorLine(long x0, long x1, long y, unsigned char *pSrc);
+  int PutGrayVerLine(long x, long y0, long y1, unsigned char *pSrc);
+
+  /// A span as 24-bit pixels (all types), through a 768-byte colour map when one is given.
+  int Get24bitHorLine(long x0, long x1, long y, unsigned char *pDst, unsigned char *pMap);
+  int Get24bitVerLine(long x, long y0, long y1, unsigned char *pDst, unsigned char *pMap);
+
+  /// Writes 24-bit pixels into images of types 1 and 5 to 9.
+  int Put24bitHorLine(long x0, long x1, long y, unsigned char *pSrc);
+  int Put24bitVerLine(long x, long y0, long y1, unsigned char *pSrc);
+
+  /// A span from right to left in the image's own format; `pTmp` is a work line of that size, or null.
+  int GetRevHorLine(long x0, long x1, long y, unsigned char *pDst, unsigned char *pTmp);
+
+  // Undo (image/undo.cpp) --------------------------------------------------------------------------------------------
+
+  /// 1 starts a snapshot of the pixels; 0 empties it.
+  int EnableUndo(int bUndo);
+
+  /// Starts a new snapshot; 0 without one.
+  int ClearUndo();
+
+  /// Exchange the pixels with those of the snapshot, page by page.
+  int DoUndo();
+  int DoRedo();
+
+  // Repeat access (image/repeat.cpp) ---------------------------------------------------------------------------------
+
+  /// Spans of the tiled plane, at any coordinate.
+  int GetWarpedHorLine(long x1, long x2, long y, unsigned char *pBuf);
+  int PutWarpedHorLine(long x1, long x2, long y, unsigned char *pBuf);
+  int GetWarpedVerLine(long x, long y1, long y2, unsigned char *pBuf);
+  int PutWarpedVerLine(long x, long y1, long y2, unsigned char *pBuf);
+
+  // Pixels and zoomed lines (image/pixel.cpp, image/zoom.cpp) --------------------------------------------------------
+
+  /// A pixel in the image's own format; 48-bit pixels go through the low six bytes of `*pColor`.
+  unsigned long GetPixel(long x, long y, long long *pColor);
+  int SetPixel(long x, long y, long long color);
+
+  /// A pixel as a colour reference (red in the low byte); palette images take an index in SetPixelRGB.
+  unsigned long GetPixelRGB(long x, long y, long long *pColor);
+  int SetPixelRGB(long x, long y, long long color);
+
+  /// A pixel as 0x00RRGGBB.
+  unsigned long GetPixelBGR(long x, long y);
+
+  /// Writes each of `lCount` pixels `nZoom` times (2 and up). nBits 0: the image's own bit count.
+  void ZoomInLine(unsigned char *pDst, unsigned char *pSrc, long lCount, int nZoom, int nBits);
+
+  /// Writes `lCount` pixels, every |nZoom|-th of the source (nZoom -2 and below).
+  void ZoomOutLine(unsigned char *pDst, unsigned char *pSrc, long lCount, int nZoom, int nBits);
+
+  /// A span reduced by |nZoom|: in the image's own format, as 24-bit or as gray pixels.
+  int GetZoomOutHorLine(long x1, long x2, long y, unsigned char *pDst, int nZoom);
+  int GetZoomOut24BitHorLine(long x1, long x2, long y, unsigned char *pDst, int nZoom, unsigned char *pTable);
+  int GetZoomOutGrayHorLine(long x1, long x2, long y, unsigned char *pDst, int nZoom, unsigned char *pTable);
+
+  // DIB files (fileio/dib_read.cpp, fileio/dib_write.cpp) ------------------------------------------------------------
+
+  /// Reads one DIB from the file's position: nMemFlags and bBlock as in CreateImage, bUndo for the undo copy. Rows that
+  /// the file does not hold read as 0. 0, and the image kept, for headers that are not sound or cut short.
+  int ReadDIBFile(CFile &file, int nMemFlags, int bBlock, int bUndo);
+
+  /// Writes the image as one DIB at the file's position.
+  int WriteDIBFile(CFile &file);
+
+  /// Opens a DIB file by name; a name without an extension is tried with ".bmp" too.
+  int OpenDIBImage(const char *pszName);
+  int OpenDIBImage(char *pszName);
+
+  /// Creates the file, with ".bmp" appended when asked for, and writes the image.
+  int SaveDIB(const char *pszName, int bAppendExtension);
+
+  // Whole-image operations (ops/) ------------------------------------------------------------------------------------
+
+  /// Copies pixels and palette of an image of the same format and size.
+  int CopyImage(PQel *pSrc);
+
+  /// Fills the image with one pixel value (24- and 32-bit colours with red in the low byte).
+  int Clear(long long llColor);
+
+  /// Inverts the palette (bPixels 0, 8 bits and fewer) or every pixel.
+  int Invert(int bPixels);
+
+  /// Copies a rectangle of `pSrc` (null: all of it) to a point of this image (null: the origin); `pSrc` may be this image.
+  int CopyRect(PQel *pSrc, POINT *pPoint, RECT *pRect);
+
+  /// 1 when widths and heights are equal, or either image repeats.
+  int IsSameSize(PQel *pOther);
+
+  /// Combines an image of the same size and depth into this one byte by byte: 0 AND, 1 OR, 2 XOR.
+  int Composite(PQel *pSrc, unsigned int nOp);
+
+  // Shared tables ----------------------------------------------------------------------------------------------------
+
+  static const PALETTEENTRY m_palEntryStd[16];  // the 16 standard colours
+  static const unsigned char m_byMonoORBit[8];  // the bit of pixel j within a byte of a 1-bit row
+  static const unsigned char m_byMask[8];       // the n leftmost pixels of a 1-bit byte; entry 0: all eight
+
+ protected:
+  // Creation ---------------------------------------------------------------------------------------------------------
+
+  int xAllocHeader();
+  void xSetHeaderPointers();
+  int xAllocStore(int nMemFlags, unsigned long dwSize);
+  int xAdopt(BITMAPINFO *pbi, unsigned long dwStoreSize);
+
+  // Layout and line access -------------------------------------------------------------------------------------------
+
+  /// Offset of the byte of a pixel in the store.
+  unsigned long xGetOffset(long x, long y) const;
+  unsigned long xGetBlockOffset(long x, long y) const;
+
+  /// Builds the table of block offsets; without it offsets are computed.
+  int xBuildBlockTable();
+
+  int xGetHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int xPutHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetVerLine(long x, long y0, long y1, unsigned char *pBuf);
+  int xPutVerLine(long x, long y0, long y1, unsigned char *pBuf);
+
+  // Forms for 1 and 4 bits a pixel. The column forms take the store offset of the first pixel and the step between two.
+  int xxGetHorLine1(long x0, long x1, long y, unsigned char *pBuf);
+  int xxGetHorLine4(long x0, long x1, long y, unsigned char *pBuf);
+  int xxPutHorLine1(long x0, long x1, long y, unsigned char *pBuf);
+  int xxPutHorLine4(long x0, long x1, long y, unsigned char *pBuf);
+  int xxGetVerLine1(long x, long y0, long y1, unsigned char *pBuf);
+  int xxGetVerLine4(long x, long y0, long y1, unsigned char *pBuf);
+  int xxPutVerLine1(long x, long y0, long y1, unsigned char *pBuf);
+  int xxPutVerLine4(long x, long y0, long y1, unsigned char *pBuf);
+  int xGetBlockHorLine1(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetBlockHorLine4(long x0, long x1, long y, unsigned char *pBuf);
+  int xPutBlockHorLine1(long x0, long x1, long y, unsigned char *pBuf);
+  int xPutBlockHorLine4(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetBlockVerLine1(long x, long y0, long y1, unsigned char *pBuf);
+  int xGetBlockVerLine4(long x, long y0, long y1, unsigned char *pBuf);
+  int xPutBlockVerLine1(long x, long y0, long y1, unsigned char *pBuf);
+  int xPutBlockVerLine4(long x, long y0, long y1, unsigned char *pBuf);
+
+  // Undo -------------------------------------------------------------------------------------------------------------
+
+  /// Spans of the image as it was at the snapshot; the current image when there is none.
+  int xGetUndoHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetUndoVerLine(long x, long y0, long y1, unsigned char *pBuf);
+  int xGetUndoGrayHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetUndoGrayVerLine(long x, long y0, long y1, unsigned char *pBuf);
+  int xGetUndo24bitHorLine(long x0, long x1, long y, unsigned char *pBuf);
+  int xGetUndo24bitVerLine(long x, long y0, long y1, unsigned char *pBuf);
+
+  // Repeat access ----------------------------------------------------------------------------------------------------
+
+  int xGetWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf);
+  int xGetWarpedHorLine4(long x1, long x2, long y, unsigned char *pBuf);
+  int xPutWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf);
+  int xPutWarpedHorLine4(long x1, long x2, long y, unsigned char *pBuf);
+  int xGetWarpedVerLine1(long x, long y1, long y2, unsigned char *pBuf);
+  int xGetWarpedVerLine4(long x, long y1, long y2, unsigned char *pBuf);
+  int xPutWarpedVerLine1(long x, long y1, long y2, unsigned char *pBuf);
+  int xPutWarpedVerLine4(long x, long y1, long y2, unsigned char *pBuf);
+
+  // Fields -----------------------------------------------------------------------------------------------------------
+
+  PMem *m_pMem;               // pixel store, owned; null when empty
+  int m_nMemType;             // 1 global memory (also when empty), 4 reserved memory, 8 named mapping
+  int m_nImageType;           // type code; 10 when empty
+  long m_lLmmOffset;          // offset of the first pixel in the store
+  long m_lHeight;             // rows, always positive
+  long m_lBlockSize;          // edge of a storage block in pixels
+  long m_lLineBytes;          // bytes of a stored row
+  int m_bBlock;               // square-block layout
+  int m_bRepeat;              // repeat mode
+  int m_bAntiAlias;           // anti-aliased drawing
+  int m_bUndo;                // undo copy
+  long m_lXRepeat;            // repeat periods
+  long m_lYRepeat;
+  PMem m_memBI;               // header block: header, masks, 256 colour entries, scratch line
+  unsigned char *m_pbyLineBuf;  // scratch line in the header block: at least 1024 bytes and one row
+  RGBQUAD *m_pRGBQuad;        // colour table in the header block
+  BITMAPINFOHEADER *m_pBIH;   // start of the header block; null when empty
+  PMem m_memBlockTable;       // holds the block table
+  long m_lXBlocks;            // blocks across and down, in block layout
+  long m_lYBlocks;
+  long m_lBlockBytes;         // bytes of a block
+  long *m_plBlockTable;       // store offset of each block; null when not built
+  CRect m_rcInvalid;          // rectangle of changed pixels
+  ImageHookProc m_pfnHook;
+};
+
+/// A second image class without fields of its own, for callers that tell images apart by class.
+class QEL_API PQelAccessory : public PQel {
+  DECLARE_DYNAMIC(PQelAccessory)
+};

@@ -1,0 +1,22 @@
+// The whole platform surface that the engine offers to its callers.
+#pragma once
+
+#include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/object.h"
+#include "qel/platform/gdi/palette.h"
+#include "qel/platform/kernel/error.h"
+#include "qel/platform/kernel/fault_guard.h"
+#include "qel/platform/kernel/file_mapping.h"
+#include "qel/platform/kernel/global_memory.h"
+#include "qel/platform/kernel/module.h"
+#include "qel/platform/kernel/reserved_memory.h"
+#include "qel/platform/kernel/resource.h"
+#include "qel/platform/message_box.h"
+#include "qel/platform/mfc/extension_module.h"
+#include "qel/platform/mfc/file.h"
+#include "qel/platform/mfc/object.h"
+#include "qel/platform/mfc/palette.h"
+#include "qel/platform/mfc/rect.h"
+#include "qel/platform/mfc/string.h"
+#include "qel/platform/screen.h"
+#include "qel/platform/types.h"

@@ -1,0 +1,24 @@
+// The screen: what only a desktop would give, set by the application instead.
+#pragma once
+
+#include "qel/export.h"
+#include "qel/platform/types.h"
+
+/// Depth, size and resolution of the screen.
+struct ScreenMode {
+  int nBitsPixel;
+  int nPlanes;
+  int nWidth;
+  int nHeight;
+  int nDpiX;
+  int nDpiY;
+};
+
+/// Sets the mode for surfaces and contexts made afterwards. Default: 32 bits, 1 plane, 1920 x 1080, 96 x 96 dpi. A mode
+/// with a field below 1 is ignored.
+QEL_API void SetScreenMode(const ScreenMode &mode);
+
+namespace qel {
+/// The mode in force.
+ScreenMode CurrentScreenMode();
+}  // namespace qel

@@ -1,0 +1,12 @@
+// Everything that the engine offers.
+#pragma once
+
+#include "qel/export.h"
+#include "qel/image/image.h"
+#include "qel/lines/run_fill.h"
+#include "qel/lines/shift_copy.h"
+#include "qel/mem/mem.h"
+#include "qel/mem/mem_map_file.h"
+#include "qel/mem/mirror_mem.h"
+#include "qel/mem/virtual_mem.h"
+#include "qel/platform/platform.h"
