@@ -368,6 +368,22 @@ class QEL_API PQel : public CObject {
 
   // Repeat access ----------------------------------------------------------------------------------------------------
 
+  struct WarpedLine;  // a plane line being walked
+  struct WarpedRun;   // a piece of it inside the image
+  using RunMover = int (PQel::*)(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
+  using LineOperation = int (PQel::*)(long, long, long, unsigned char *);
+
+  bool xCanWarp() const;
+  int xPlain(LineOperation pfn, long a, long b, long c, unsigned char *pBuf);
+
+  /// The image's pixel that a plane pixel shows.
+  void xMapRepeat(long x, long y, long *pX, long *pY) const;
+  WarpedRun xNextRun(const WarpedLine &line) const;
+  int xReadRun(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
+  int xWriteRun(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
+  int xMoveWarped(WarpedLine line, unsigned char *pBuf, RunMover pfnMove);
+  int xReadWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf);
+  int xWriteWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf);
   int xGetWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf);
   int xGetWarpedHorLine4(long x1, long x2, long y, unsigned char *pBuf);
   int xPutWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf);
