@@ -22,6 +22,11 @@
 
 class PQel;
 
+namespace qel::image {
+struct ImageMeasures;
+struct PackedInfo;
+}  // namespace qel::image
+
 /// Told of an image's creation (1), deletion (2), reads (3, afterwards) and writes (4, beforehand): the image, the event,
 /// first x, first y, last x, last y, and the caller's buffer.
 using ImageHookProc = void (*)(PQel *pImage, int nEvent, long lX0, long lY0, long lX1, long lY1, unsigned char *pBuf);
@@ -81,7 +86,9 @@ class QEL_API PQel : public CObject {
   /// Takes over a packed DIB in a global-memory handle. A failure leaves the handle the caller's.
   int Attach(void *hDIB);
 
-  /// Opens the packed DIB that another image keeps in the named mapping.
+  /// Opens the packed DIB that another image, in any process, keeps in the named mapping. Its rows must lie in linear
+  /// layout: the header cannot tell a mapping in block layout from it. The image at hand is gone when there is no such
+  /// DIB; only a name that is empty or longer than 15 characters is refused before.
   int Attach(char *pszShareName);
 
   /// Hands the image out as a packed DIB in a global-memory handle that the caller owns, and is empty then. Null for an
@@ -319,10 +326,24 @@ class QEL_API PQel : public CObject {
  protected:
   // Creation ---------------------------------------------------------------------------------------------------------
 
+  /// Allocates the header block for rows of m_lLineBytes.
   int xAllocHeader();
+
+  /// Sets the pointers into the header block after its header.
   void xSetHeaderPointers();
+
+  /// Takes the first of the stores asked for that can be had.
   int xAllocStore(int nMemFlags, unsigned long dwSize);
-  int xAdopt(BITMAPINFO *pbi, unsigned long dwStoreSize);
+
+  /// True when an address lies in this image's header block or store.
+  int xOwns(const void *p) const;
+
+  /// Attachment: makes the header block after a checked header, then takes the store.
+  int xPrepareAttach(const qel::image::PackedInfo &info, const qel::image::ImageMeasures &measures);
+  void xFinishAttach(PMem *pStore, int nMemType, int bUndo);
+
+  /// Entries of the colour table in use.
+  int xGetTableSize() const;
 
   // Layout and line access -------------------------------------------------------------------------------------------
 

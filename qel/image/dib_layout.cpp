@@ -1,0 +1,69 @@
+// The measures of a device-independent bitmap: checked size arithmetic, and the resolution of the desktop.
+#include "qel/image/dib_layout.h"
+
+#include <limits>
+
+#include "qel/platform/gdi/device_context.h"
+
+namespace qel::image {
+namespace {
+
+bool Multiply(long a, long b, long *pProduct) {
+  return !__builtin_mul_overflow(a, b, pProduct);
+}
+bool Add(long a, long b, long *pSum) {
+  return !__builtin_add_overflow(a, b, pSum);
+}
+
+constexpr long BlocksAcross(long lPixels, long lBlockSize) {
+  return (lPixels - 1) / lBlockSize + 1;
+}
+
+bool MeasureBlocks(const ImageShape &shape, ImageMeasures *p) {
+  p->lXBlocks = BlocksAcross(shape.lWidth, shape.lBlockSize);
+  p->lYBlocks = BlocksAcross(p->lRows, shape.lBlockSize);
+  long lRowBits, lBlocks;
+  return Multiply(shape.nBits, shape.lBlockSize, &lRowBits) &&
+         Multiply(lRowBits / 8, shape.lBlockSize, &p->lBlockBytes) && Multiply(p->lXBlocks, p->lYBlocks, &lBlocks) &&
+         Multiply(lBlocks, p->lBlockBytes, &p->lStoreBytes);
+}
+
+}  // namespace
+
+bool MeasureImage(const ImageShape &shape, ImageMeasures *pMeasures) {
+  constexpr long kMax = std::numeric_limits<LONG>::max();
+  if (shape.nBits < 1 || shape.lWidth < 1 || shape.lWidth > kMax) return false;
+  if (shape.lHeight == 0 || shape.lHeight < -kMax || shape.lHeight > kMax) return false;
+  if (shape.lColors < 0 || shape.lColors > kMaxColors || shape.lBlockSize < 0) return false;
+
+  ImageMeasures m;
+  m.lRows = shape.lHeight < 0 ? -shape.lHeight : shape.lHeight;
+  m.lLineBytes = RowBytes(shape.nBits, shape.lWidth);
+  m.lPixelOffset = ColorTableOffset(shape.dwCompression) + 4 * shape.lColors;
+  if (!Multiply(m.lLineBytes, m.lRows, &m.lLinearBytes)) return false;
+  m.lStoreBytes = m.lLinearBytes;
+  if (shape.lBlockSize != 0 && !MeasureBlocks(shape, &m)) return false;
+  if (!Add(m.lPixelOffset, m.lStoreBytes, &m.lStoreBytes)) return false;
+  *pMeasures = m;
+  return true;
+}
+
+void GetDesktopResolution(LONG *plDpmX, LONG *plDpmY) {
+  const HWND hDesktop = GetDesktopWindow();
+  const HDC hDC = GetDC(hDesktop);
+  const int nDpiX = GetDeviceCaps(hDC, LOGPIXELSX), nDpiY = GetDeviceCaps(hDC, LOGPIXELSY);
+  ReleaseDC(hDesktop, hDC);
+  *plDpmX = static_cast<LONG>((nDpiX * 10000L + 127) / 254);
+  *plDpmY = static_cast<LONG>((nDpiY * 10000L + 127) / 254);
+}
+
+void RepairResolution(LONG *plDpmX, LONG *plDpmY) {
+  if (*plDpmX == 0 && *plDpmY == 0)
+    GetDesktopResolution(plDpmX, plDpmY);
+  else if (*plDpmX == 0)
+    *plDpmX = *plDpmY;
+  else if (*plDpmY == 0)
+    *plDpmY = *plDpmX;
+}
+
+}  // namespace qel::image
