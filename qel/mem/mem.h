@@ -1,9 +1,9 @@
 // PMem: the byte block behind every image and every temporary buffer.
 //
 // The base class keeps its bytes in a movable global-memory block; the classes derived from it keep them in reserved
-// memory, in a named mapping, or as a mirror of another block. The byte, block, strided and fill operations serve all of
-// them: each commits what it touches ahead of the access, tells the mirror before it writes, and runs under the fault
-// guard, so that an access which faults all the same ends with 0 and nothing worse.
+// memory, in a named mapping, or as a mirror of another block. The byte, block, strided and fill operations serve all
+// of them: each commits what it touches ahead of the access, tells the mirror before it writes, and runs under the
+// fault guard, so that an access which faults all the same ends with 0 and nothing worse.
 //
 // A block is used by one thread at a time. Operations return 1 for success and 0 for failure, pointers null on failure.
 #pragma once
@@ -24,8 +24,9 @@ class QEL_API PMem : public CObject {
 
   // Memory -----------------------------------------------------------------------------------------------------------
 
-  /// Allocates `dwSize` bytes with global-allocation flags (2: movable, 0x42: movable and cleared) into an empty block.
-  /// A block that wants a mirror gets a new one. Returns the address of byte 0, null when memory is short.
+  /// Allocates `dwSize` bytes with global-allocation flags (2: movable, 0x42: movable and cleared). Memory that the
+  /// block still holds is freed first. A block that wants a mirror gets a new one. Returns the address of byte 0, null
+  /// when memory is short; the block is empty then.
   virtual unsigned char *AllocMemory(unsigned int nFlags, unsigned long dwSize);
 
   /// Frees the memory and the mirror; the block is empty then. The wish for a mirror (`m_bMirror`) is kept.
@@ -77,7 +78,8 @@ class QEL_API PMem : public CObject {
   /// Writes one byte.
   int PokeByte(unsigned long dwOffset, unsigned char by);
 
-  /// Copies `dwCount` bytes out of the block. 0, and nothing copied, when the range leaves the block.
+  /// Copies `dwCount` bytes out of the block. 0, and nothing copied, when the range leaves the block. Here and below a
+  /// count of 0 succeeds and does nothing.
   int GetBlock(unsigned long dwOffset, unsigned long dwCount, unsigned char *pDst);
 
   /// Copies `dwCount` bytes into the block, cut at its end. 0 when the offset lies behind it.
@@ -92,8 +94,8 @@ class QEL_API PMem : public CObject {
   int PutSkipBlock(unsigned long dwOffset, unsigned long dwCount, unsigned long dwUnit, long lStride,
                    unsigned char *pSrc);
 
-  /// Fill with units of 1, 1, 2, 3, 4 and 6 bytes, low byte first; only whole units inside the block are written. 0 when
-  /// the offset lies behind the block.
+  /// Fill with units of 1, 1, 2, 3, 4 and 6 bytes, low byte first; only whole units inside the block are written. 0
+  /// when the offset lies behind the block.
   int SetBlock(unsigned long dwOffset, unsigned long dwCount, unsigned char by);
   int SetBlockBYTE(unsigned long dwOffset, unsigned long dwCount, unsigned char by);
   int SetBlockWORD(unsigned long dwOffset, unsigned long dwCount, unsigned short w);
@@ -101,16 +103,17 @@ class QEL_API PMem : public CObject {
   int SetBlockDWORD(unsigned long dwOffset, unsigned long dwCount, unsigned long dw);
   int SetBlockDLONG(unsigned long dwOffset, unsigned long dwCount, long long ll);
 
-  /// Copies bytes from another block (committing them there first), as PutBlock does.
+  /// Copies bytes from another block (committing them there first), as PutBlock does. 0 when the range leaves the
+  /// source.
   int CopyBlock(PMem *pSrc, unsigned long dwDstOffset, unsigned long dwSrcOffset, unsigned long dwCount);
 
-  /// Decides about a fault inside a guarded access: tries it again when the address lies in the block and its page can be
-  /// committed, else ends the access.
+  /// Decides about a fault inside a guarded access: tries it again when the address lies in the block and its page can
+  /// be committed, else ends the access.
   int ExpFilter(_EXCEPTION_POINTERS *pFault);
 
   // Mirror -----------------------------------------------------------------------------------------------------------
 
-  /// Starts a snapshot of the block: a new mirror, or the one there is, emptied.
+  /// Starts a snapshot of the block: a new mirror, or the one there is, emptied and made as large as the block.
   int CreateMirrorMem();
 
   /// Empties the mirror: a new snapshot starts. 0 without a mirror.
@@ -131,6 +134,9 @@ class QEL_API PMem : public CObject {
   static unsigned long m_dwPageSize;
 
  protected:
+  /// The filter of every guarded access: asks ExpFilter of the block that `pMem` points to.
+  static int xFilterFault(void *pMem, _EXCEPTION_POINTERS *pFault);
+
   void *m_hMem;              // handle of the global block; null when empty and in the other stores
   unsigned char *m_pbyMem;   // byte 0; null when empty
   unsigned long m_dwSize;    // bytes

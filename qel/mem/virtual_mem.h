@@ -17,7 +17,8 @@ class QEL_API PVirtualMem : public PMem {
   /// Releases the reservation. The mirror object stays, empty.
   void FreeMemory() override;
 
-  /// Moves the block into a reservation of `dwNewSize` bytes and keeps what fits; the mirror starts anew at the new size.
+  /// Moves the block into a reservation of `dwNewSize` bytes and keeps what fits; the mirror starts anew at the new
+  /// size.
   int Resize(unsigned long dwNewSize) override;
 
   /// Gives every page back; the block reads as zero, the reservation stays.
@@ -26,13 +27,19 @@ class QEL_API PVirtualMem : public PMem {
   unsigned char *CommitMemory(unsigned long dwOffset, unsigned long dwCount) override;
   int CommitMemory(unsigned char *pAddress) override;
 
-  /// Takes over the whole reservation that starts at `p`; 0 when the block holds memory or `p` starts none.
+  /// Takes over the whole reservation that starts at `p`; 0 when the block holds memory or `p` starts none. A mapped
+  /// view is taken on too, but stays its mapping's: freeing the block leaves it mapped.
   int Attach(unsigned char *p) override;
 
-  /// Moves a global block's bytes into new memory of this store; the handle is gone then. A failure leaves it the caller's.
+  /// Moves a global block's bytes into new memory of this store; the handle is gone then. A failure leaves it the
+  /// caller's.
   int Attach(void *hMem) override;
 
   /// Copies the block into a new global block, frees this one and hands the handle out; null, and nothing changed, when
   /// memory is short.
   void *Detach() override;
+
+ protected:
+  /// Size of the block in whole pages.
+  unsigned long xGetPagesSize() const;
 };
