@@ -414,6 +414,19 @@ class QEL_API PQel : public CObject {
   int xPutWarpedVerLine1(long x, long y1, long y2, unsigned char *pBuf);
   int xPutWarpedVerLine4(long x, long y1, long y2, unsigned char *pBuf);
 
+  // Pixels and zoomed lines ------------------------------------------------------------------------------------------
+
+  using ConvertedRead = int (PQel::*)(long x0, long x1, long y, unsigned char *pDst, unsigned char *pMap);
+
+  bool xFindPixel(long *pX, long *pY) const;
+  int xSetPartOfByte(unsigned long dwOffset, unsigned char byMask, unsigned char byValue);
+  int xGetZoomOutLine(ConvertedRead pfnRead, long lPixelBytes, long x1, long x2, long y, unsigned char *pDst, int nZoom,
+                      unsigned char *pTable);
+
+  // Whole-image operations -------------------------------------------------------------------------------------------
+
+  int xFillRows(long long llColor, unsigned long dwTrio);
+
   // Fields -----------------------------------------------------------------------------------------------------------
 
   PMem *m_pMem;               // pixel store, owned; null when empty

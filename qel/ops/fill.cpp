@@ -1,0 +1,65 @@
+// Fills and inversions of the whole image.
+
+#include "qel/image/image.h"
+#include "qel/lines/logic.h"
+#include "qel/lines/run_fill.h"
+
+// Clear --------------------------------------------------------------------------------------------------------------
+
+int PQel::Clear(long long llColor) {
+  if (IsEmpty() || m_pMem == nullptr) return 0;
+  const unsigned long dwOffset = static_cast<unsigned long>(m_lLmmOffset), dwSize = m_pMem->GetSize();
+  if (dwSize <= dwOffset) return 0;
+  const unsigned long dwBytes = dwSize - dwOffset;
+  const unsigned long c0 = llColor & 0xFF, c1 = llColor >> 8 & 0xFF, c2 = llColor >> 16 & 0xFF;
+  if (m_pMem->CommitMemory(dwOffset, dwBytes) == nullptr) return 0;
+  InvalidateRect(nullptr);
+  switch (m_pBIH->biBitCount) {
+    case 1:
+      return m_pMem->SetBlockBYTE(dwOffset, dwBytes, llColor != 0 ? 0xFF : 0);
+    case 4:
+      return m_pMem->SetBlockBYTE(dwOffset, dwBytes, static_cast<unsigned char>((c0 & 0xF) * 0x11));
+    case 8:
+      return m_pMem->SetBlockBYTE(dwOffset, dwBytes, static_cast<unsigned char>(c0));
+    case 16:
+      return m_pMem->SetBlockWORD(dwOffset, dwBytes / 2, static_cast<unsigned short>(llColor));
+    case 24:
+    case 48:
+      if (llColor == 0) return m_pMem->SetBlockBYTE(dwOffset, dwBytes, 0);
+      return xFillRows(llColor, c2 | c1 << 8 | c0 << 16);
+    case 32:
+      return m_pMem->SetBlockDWORD(dwOffset, dwBytes / 4, c2 | c1 << 8 | c0 << 16);
+    default:
+      return 0;
+  }
+}
+
+/// Writes one filled row to every row, in storage order: pixels of dwTrio at 24 bits, of llColor at 48.
+int PQel::xFillRows(long long llColor, unsigned long dwTrio) {
+  PMem row;
+  if (!row.AllocMemory(GHND, static_cast<unsigned long>(m_lLineBytes))) return 0;
+  const unsigned long dwWidth = static_cast<unsigned long>(GetImageWidth());
+  if (m_pBIH->biBitCount == 24)
+    FillRunTrio(row.GetPointer(), dwTrio, dwWidth);
+  else
+    FillRunDlong(row.GetPointer(), llColor, dwWidth);
+  for (long i = 0; i < m_lHeight; ++i) PutHorLine(m_pBIH->biHeight < 0 ? i : m_lHeight - 1 - i, row.GetPointer());
+  return 1;
+}
+
+// Invert -------------------------------------------------------------------------------------------------------------
+
+int PQel::Invert(int bPixels) {
+  if (IsEmpty()) return 0;
+  if (!bPixels && m_pBIH->biBitCount <= 8 && InversePalette()) return 1;
+  PMem row;
+  if (!row.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(m_lLineBytes))) return 0;
+  unsigned char *const pRow = row.GetPointer();
+  const auto invert = m_pBIH->biBitCount == 32 ? qel::lines::InvertColorOf32 : qel::lines::InvertBytes;
+  for (long y = 0; y < m_lHeight; ++y) {
+    GetHorLine(y, pRow);
+    invert(pRow, m_lLineBytes);
+    PutHorLine(y, pRow);
+  }
+  return 1;
+}
