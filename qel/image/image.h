@@ -347,6 +347,8 @@ class QEL_API PQel : public CObject {
 
   // Layout and line access -------------------------------------------------------------------------------------------
 
+  using LineOperation = int (PQel::*)(long, long, long, unsigned char *);
+
   /// Offset of the byte of a pixel in the store.
   unsigned long xGetOffset(long x, long y) const;
   unsigned long xGetBlockOffset(long x, long y) const;
@@ -377,7 +379,29 @@ class QEL_API PQel : public CObject {
   int xPutBlockVerLine1(long x, long y0, long y1, unsigned char *pBuf);
   int xPutBlockVerLine4(long x, long y0, long y1, unsigned char *pBuf);
 
+  // Converted lines --------------------------------------------------------------------------------------------------
+
+  /// The arguments of a line operation: a span of a row (x0, x1, y) or of a column (x, y0, y1).
+  struct LineSpan {
+    long a;
+    long b;
+    long c;
+    bool vertical;
+    long First() const { return vertical ? b : a; }
+    long Last() const { return vertical ? c : b; }
+  };
+
+  bool xIsWhiteFirst() const;
+  int xReadGray(LineOperation pfnRead, const LineSpan &span, unsigned char *pDst, unsigned char *pMap,
+                bool bWhiteFirst);
+  int xWriteGray(LineOperation pfnWrite, const LineSpan &span, unsigned char *pSrc);
+  void xConvertTo24(unsigned char *pDst, const unsigned char *pSrc, long n) const;
+  int xRead24(LineOperation pfnRead, const LineSpan &span, unsigned char *pDst, unsigned char *pMap);
+  int xWrite24(LineOperation pfnWrite, const LineSpan &span, unsigned char *pSrc);
+
   // Undo -------------------------------------------------------------------------------------------------------------
+
+  int xReadUndo(LineOperation pfnRead, const LineSpan &span, unsigned char *pBuf);
 
   /// Spans of the image as it was at the snapshot; the current image when there is none.
   int xGetUndoHorLine(long x0, long x1, long y, unsigned char *pBuf);
@@ -392,8 +416,6 @@ class QEL_API PQel : public CObject {
   struct WarpedLine;  // a plane line being walked
   struct WarpedRun;   // a piece of it inside the image
   using RunMover = int (PQel::*)(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
-  using LineOperation = int (PQel::*)(long, long, long, unsigned char *);
-
   bool xCanWarp() const;
   int xPlain(LineOperation pfn, long a, long b, long c, unsigned char *pBuf);
 
