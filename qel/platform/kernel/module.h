@@ -2,32 +2,58 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "qel/export.h"
 #include "qel/platform/types.h"
 
 using FARPROC = void (*)();
 
-/// Loads a module by name: ".dll" counts as ".so", the name is looked for as it is, then beside the running executable,
-/// then in the engine's library folder, there without regard to case. Null when it is not found or does not load.
+/// Loads a module by name: ".dll" counts as ".so", and ".so" is added to a name without extension. The name is looked
+/// for as it is (a bare one where the system's loader looks, which leaves the current folder out), then, a bare one,
+/// beside the running executable and in the engine's library folder, there without regard to case. Null when it is not
+/// found or does not load.
 QEL_API HINSTANCE LoadLibraryA(const char *pszFileName);
 
 /// Takes one load back; 0 for a handle that is not one.
 QEL_API BOOL FreeLibrary(HINSTANCE hModule);
 
-/// The address of an exported function or table; null when there is none.
+/// The address of a function or table that the module itself exports (not one of the libraries that it uses), the
+/// running executable for null; null when there is none.
 QEL_API FARPROC GetProcAddress(HINSTANCE hModule, const char *pszName);
 
 /// The path of a module's file, of the running executable for null; cut to nSize - 1 bytes and terminated. Returns the
 /// length written, 0 for a bad handle.
 QEL_API DWORD GetModuleFileNameA(HINSTANCE hModule, char *pszFileName, DWORD nSize);
 
+struct QelModuleResource;
+
 namespace qel::kernel {
 
 /// The folder part of a path with its separator ('/' or '\\', whichever comes last); empty when there is none.
 std::string FolderOf(const std::string &path);
 
-/// Where format libraries and data files are installed: lib/qel beside the engine's own library.
+/// The path of a module's file, of the running executable for null; empty for a bad handle.
+std::string ModulePath(HINSTANCE hModule);
+
+/// Where format libraries and data files are installed: qel/ beside the engine's own library, ../lib/qel/ seen from the
+/// executable when the engine is linked into it. Ends with a separator.
 std::string EngineLibraryFolder();
+
+/// The handle of the module that holds an address, for code that registers the module it lives in; `pResources` becomes
+/// its resource table. The handle does not keep the module loaded. Null when the address lies in no module.
+HINSTANCE RegisterModule(const void *pvAddress, const QelModuleResource *pResources);
+
+/// Ends what RegisterModule began.
+void UnregisterModule(HINSTANCE hModule);
+
+/// The resource table of a module, of the running executable for null; null when it has none.
+const QelModuleResource *ModuleResources(HINSTANCE hModule);
+
+/// The tables of the executable and of every known module.
+std::vector<const QelModuleResource *> AllModuleResources();
+
+/// True for the handle of a known module.
+bool IsModule(HINSTANCE hModule);
 
 }  // namespace qel::kernel

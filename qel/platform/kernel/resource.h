@@ -17,12 +17,14 @@ struct QelModuleResource {
 };
 
 /// A resource name that is a number, and a resource type.
-inline const char *MAKEINTRESOURCEA(WORD wId) { return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(wId)); }
+inline const char *MAKEINTRESOURCEA(WORD wId) {
+  return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(wId));
+}
 inline const char *const RT_BITMAP = MAKEINTRESOURCEA(2);
 inline const char *const RT_STRING = MAKEINTRESOURCEA(6);
 
-/// Finds a resource by name (text, "#123" or a number) and type in a module, in the running executable for null. Null when
-/// there is none.
+/// Finds a resource by name (text, "#123" or a number) and type in a module, in the running executable for null. Null
+/// when there is none.
 QEL_API HRSRC FindResourceA(HINSTANCE hModule, const char *pszName, const char *pszType);
 
 /// The resource as a handle for LockResource; it is part of the module and is not freed.

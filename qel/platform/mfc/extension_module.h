@@ -1,6 +1,8 @@
 // Extension modules: libraries that register themselves so that their resources and classes are found.
 #pragma once
 
+#include <vector>
+
 #include "qel/export.h"
 #include "qel/platform/mfc/object.h"
 
@@ -13,10 +15,11 @@ struct AFX_EXTENSION_MODULE {
 /// Records the module; 0 when it cannot be registered or is registered already.
 QEL_API BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE &state, HINSTANCE hModule);
 
-/// Ends the registration; `bAll` ends that of every module.
+/// Ends the registration and deletes its list entries; `bAll` those of every module.
 QEL_API void AfxTermExtensionModule(AFX_EXTENSION_MODULE &state, BOOL bAll = FALSE);
 
-/// An entry in the list of modules that resources are looked for in.
+/// An entry in the list of modules that resources are looked for in. Made with `new`; AfxTermExtensionModule deletes
+/// it.
 class QEL_API CDynLinkLibrary : public CObject {
   DECLARE_DYNAMIC(CDynLinkLibrary)
  public:
@@ -26,3 +29,10 @@ class QEL_API CDynLinkLibrary : public CObject {
   HINSTANCE m_hModule;
   CDynLinkLibrary *m_pNextDLL;
 };
+
+namespace qel::mfc {
+
+/// The modules of the list, in the order of registration.
+std::vector<HINSTANCE> ExtensionModules();
+
+}  // namespace qel::mfc
