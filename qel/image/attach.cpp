@@ -57,7 +57,6 @@ std::unique_ptr<PMem> TakeOver(Memory p) {
 
 int PQel::xPrepareAttach(const PackedInfo &info, const ImageMeasures &measures) {
   DeleteImage(1);
-  m_nImageType = GetImageType(reinterpret_cast<BITMAPINFO *>(const_cast<PackedInfo *>(&info)));
   m_lHeight = measures.lRows;
   m_lLineBytes = measures.lLineBytes;
   m_lLmmOffset = measures.lPixelOffset;
@@ -67,6 +66,7 @@ int PQel::xPrepareAttach(const PackedInfo &info, const ImageMeasures &measures) 
   }
   std::memcpy(m_memBI.GetPointer(), &info, sizeof info);
   xSetHeaderPointers();
+  m_nImageType = GetImageType(GetBI());
   return 1;
 }
 
