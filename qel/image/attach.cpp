@@ -57,13 +57,7 @@ std::unique_ptr<PMem> TakeOver(Memory p) {
 
 int PQel::xPrepareAttach(const PackedInfo &info, const ImageMeasures &measures) {
   DeleteImage(1);
-  m_lHeight = measures.lRows;
-  m_lLineBytes = measures.lLineBytes;
-  m_lLmmOffset = measures.lPixelOffset;
-  if (!xAllocHeader()) {
-    DeleteImage(1);
-    return 0;
-  }
+  if (!xAllocHeader(measures)) return 0;
   std::memcpy(m_memBI.GetPointer(), &info, sizeof info);
   xSetHeaderPointers();
   m_nImageType = GetImageType(GetBI());

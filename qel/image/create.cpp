@@ -2,7 +2,6 @@
 //
 // Everything a creation asks for is measured before the image at hand is touched. Then the old image goes, one header
 // block is filled, the first store that can be had is taken, and the colour table is set.
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -32,6 +31,27 @@ const DWORD *TypeMasks(int nType) {
     default:
       return nullptr;
   }
+}
+
+size_t TableBytes(const ImageShape &shape) {
+  return static_cast<size_t>(shape.lColors) * sizeof(RGBQUAD);
+}
+
+void FillHeader(PackedInfo *pInfo, int nType, const ImageShape &shape, const ImageMeasures &measures, LONG lDpmX,
+                LONG lDpmY) {
+  BITMAPINFOHEADER &bih = pInfo->bih;
+  bih.biSize = kHeaderBytes;
+  bih.biWidth = static_cast<LONG>(shape.lWidth);
+  bih.biHeight = static_cast<LONG>(shape.lHeight);
+  bih.biPlanes = 1;
+  bih.biBitCount = static_cast<WORD>(shape.nBits);
+  bih.biCompression = shape.dwCompression;
+  bih.biSizeImage = static_cast<DWORD>(measures.lLinearBytes);
+  bih.biXPelsPerMeter = lDpmX;
+  bih.biYPelsPerMeter = lDpmY;
+  RepairResolution(&bih.biXPelsPerMeter, &bih.biYPelsPerMeter);
+  bih.biClrUsed = static_cast<DWORD>(shape.lColors);
+  if (const DWORD *pMasks = TypeMasks(nType)) std::memcpy(pInfo->rest, pMasks, kMaskBytes);
 }
 
 /// A new store, null when its memory cannot be had.
@@ -71,13 +91,25 @@ int PQel::xAllocStore(int nMemFlags, unsigned long dwSize) {
   return 0;
 }
 
+int PQel::xCreateStore(const ImageMeasures &measures, int nMemFlags) {
+  if (m_bBlock) {
+    m_lXBlocks = measures.lXBlocks;
+    m_lYBlocks = measures.lYBlocks;
+    m_lBlockBytes = measures.lBlockBytes;
+    xBuildBlockTable();  // offsets are computed without it
+  }
+  if (!xAllocStore(nMemFlags, static_cast<unsigned long>(measures.lStoreBytes))) return 0;
+  UpdateImageType();
+  return UpdateBI();
+}
+
 // From parameters ----------------------------------------------------------------------------------------------------
 
 int PQel::CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUAD *pPal, unsigned long dwDpmX,
                       unsigned long dwDpmY, int nMemFlags, int bBlock, int bUndo) {
   const int nBits = GetBitCount(nType);
-  const DWORD *const pMasks = TypeMasks(nType);
-  ImageShape shape{nBits, lWidth, lHeight, pMasks ? BI_BITFIELDS : BI_RGB, nClrUsed, bBlock ? m_lBlockSize : 0};
+  const DWORD dwCompression = TypeMasks(nType) != nullptr ? BI_BITFIELDS : BI_RGB;
+  ImageShape shape{nBits, lWidth, lHeight, dwCompression, nClrUsed, bBlock ? m_lBlockSize : 0};
   if (nBits != 0 && nBits < 9 && nClrUsed == 0) shape.lColors = 1L << nBits;
   ImageMeasures measures;
   if (!MeasureImage(shape, &measures)) return 0;
@@ -85,8 +117,7 @@ int PQel::CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUA
   // The table may be this image's own, which goes with it.
   std::array<RGBQUAD, kMaxColors> table;
   if (pPal != nullptr && xOwns(pPal)) {
-    const auto nOwned = std::min<long>(shape.lColors, kMaxColors);
-    std::memcpy(table.data(), pPal, static_cast<size_t>(nOwned) * sizeof(RGBQUAD));
+    std::memcpy(table.data(), pPal, TableBytes(shape));
     pPal = table.data();
   }
 
@@ -94,49 +125,17 @@ int PQel::CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUA
   DeleteImage(1);
   m_lBlockSize = lBlockSize;
   m_nImageType = nType;
-  m_lHeight = measures.lRows;
-  m_lLineBytes = measures.lLineBytes;
-  m_lLmmOffset = measures.lPixelOffset;
   m_bBlock = bBlock;
-  if (!xAllocHeader()) {
-    DeleteImage(1);
-    return 0;
-  }
-
-  auto *const pHeader = reinterpret_cast<PackedInfo *>(m_memBI.GetPointer());
-  BITMAPINFOHEADER &bih = pHeader->bih;
-  bih.biSize = kHeaderBytes;
-  bih.biWidth = static_cast<LONG>(lWidth);
-  bih.biHeight = static_cast<LONG>(lHeight);
-  bih.biPlanes = 1;
-  bih.biBitCount = static_cast<WORD>(nBits);
-  bih.biCompression = shape.dwCompression;
-  bih.biSizeImage = static_cast<DWORD>(measures.lLinearBytes);
-  bih.biXPelsPerMeter = static_cast<LONG>(dwDpmX);
-  bih.biYPelsPerMeter = static_cast<LONG>(dwDpmY);
-  RepairResolution(&bih.biXPelsPerMeter, &bih.biYPelsPerMeter);
-  bih.biClrUsed = static_cast<DWORD>(shape.lColors);
-  if (pMasks != nullptr) std::memcpy(pHeader->rest, pMasks, kMaskBytes);
+  if (!xAllocHeader(measures)) return 0;
+  FillHeader(reinterpret_cast<PackedInfo *>(m_memBI.GetPointer()), nType, shape, measures, static_cast<LONG>(dwDpmX),
+             static_cast<LONG>(dwDpmY));
   xSetHeaderPointers();
+  if (pPal != nullptr)
+    std::memcpy(m_pRGBQuad, pPal, TableBytes(shape));
+  else if (shape.lColors != 0)
+    BuildStdPalette(nType, m_pRGBQuad);
 
-  if (bBlock) {
-    m_lXBlocks = measures.lXBlocks;
-    m_lYBlocks = measures.lYBlocks;
-    m_lBlockBytes = measures.lBlockBytes;
-    xBuildBlockTable();  // offsets are computed without it
-  }
-  if (!xAllocStore(nMemFlags, static_cast<unsigned long>(measures.lStoreBytes))) {
-    DeleteImage(1);
-    return 0;
-  }
-  if (shape.lColors != 0) {
-    if (pPal != nullptr)
-      std::memcpy(m_pRGBQuad, pPal, static_cast<size_t>(shape.lColors) * sizeof(RGBQUAD));
-    else
-      BuildStdPalette(nType, m_pRGBQuad);
-  }
-  UpdateImageType();
-  if (!UpdateBI()) {  // not even the header's page can be had
+  if (!xCreateStore(measures, nMemFlags)) {
     DeleteImage(1);
     return 0;
   }

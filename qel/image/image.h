@@ -326,14 +326,17 @@ class QEL_API PQel : public CObject {
  protected:
   // Creation ---------------------------------------------------------------------------------------------------------
 
-  /// Allocates the header block for rows of m_lLineBytes.
-  int xAllocHeader();
+  /// Takes the measures over and allocates the header block. Without memory for it the image is empty again.
+  int xAllocHeader(const qel::image::ImageMeasures &measures);
 
   /// Sets the pointers into the header block after its header.
   void xSetHeaderPointers();
 
   /// Takes the first of the stores asked for that can be had.
   int xAllocStore(int nMemFlags, unsigned long dwSize);
+
+  /// Lays the pixels out and makes the store for them, opened by the header block.
+  int xCreateStore(const qel::image::ImageMeasures &measures, int nMemFlags);
 
   /// True when an address lies in this image's header block or store.
   int xOwns(const void *p) const;

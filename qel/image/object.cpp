@@ -78,9 +78,14 @@ void PQel::CopyObject(PQel *pSrc) {
 
 // Header block -------------------------------------------------------------------------------------------------------
 
-int PQel::xAllocHeader() {
+int PQel::xAllocHeader(const ImageMeasures &measures) {
+  m_lHeight = measures.lRows;
+  m_lLineBytes = measures.lLineBytes;
+  m_lLmmOffset = measures.lPixelOffset;
   const long lSize = std::max(m_lLineBytes, kMinScratchBytes) + kMaxInfoBytes;
-  return m_memBI.AllocMemory(GHND, static_cast<unsigned long>(lSize)) != nullptr;
+  if (m_memBI.AllocMemory(GHND, static_cast<unsigned long>(lSize)) != nullptr) return 1;
+  DeleteImage(1);
+  return 0;
 }
 
 void PQel::xSetHeaderPointers() {
