@@ -1,69 +1,43 @@
-// Conversions of whole lines between pixel formats: the plain loops.
+// Conversions of whole lines between pixel formats whose plain loops are as fast as they need to be; the others have
+// vector forms.
 
 #include "qel/lines/convert.h"
 
 #include <array>
 #include <cstring>
 
-namespace {
-
-/// x / 255 for every x up to 255 x 255.
-constexpr unsigned DivideBy255(unsigned x) {
-  return (x + (x >> 8) + 1) >> 8;
-}
-
-}  // namespace
-
-// Gray and 1 bit -----------------------------------------------------------------------------------------------------
-
-void QelAsmConvert24to8G(unsigned char *pDst, unsigned char *pSrc, unsigned long n) {
-  for (unsigned long i = 0; i < n; ++i, pSrc += 3)
-    pDst[i] = static_cast<unsigned char>(DivideBy255(77u * pSrc[2] + 150u * pSrc[1] + 28u * pSrc[0]));
-}
-
-void QelAsmConvert8to1(unsigned char *pDst, unsigned char *pSrc, unsigned long n, unsigned char byInvert,
-                       unsigned char byThreshold) {
-  const int flip = byInvert ? 0xFF : 0;
-  for (; n > 0; ++pDst) {
-    const unsigned long count = n < 8 ? n : 8;
-    int bits = 0;
-    for (unsigned long k = 0; k < count; ++k) bits |= (*pSrc++ >= byThreshold) << (7 - k);
-    bits |= 0xFF >> count;  // the bits behind the last pixel
-    *pDst = static_cast<unsigned char>(bits ^ flip);
-    n -= count;
-  }
-}
+#include "qel/lines/convert_plain.h"
 
 namespace qel::lines {
 
 namespace {
 
-using Pixel = std::array<unsigned char, 3>;
-
-Pixel Pick(const RGBQUAD &entry) {
-  return {entry.rgbBlue, entry.rgbGreen, entry.rgbRed};
-}
-
-void Store(unsigned char *dst, const Pixel &pixel) {
-  std::memcpy(dst, pixel.data(), 3);
-}
-
-unsigned Load16(const unsigned char *src) {
-  return src[0] | static_cast<unsigned>(src[1]) << 8;
-}
-
-void Store16(unsigned char *dst, unsigned value) {
-  dst[0] = static_cast<unsigned char>(value);
-  dst[1] = static_cast<unsigned char>(value >> 8);
+/// Writes the three colour bytes of a table entry; all four where another pixel follows, whose store then covers the
+/// fourth.
+void StoreEntry(unsigned char *dst, const RGBQUAD &entry, bool isLast) {
+  std::memcpy(dst, &entry, isLast ? 3 : 4);
 }
 
 }  // namespace
 
 // To gray levels -----------------------------------------------------------------------------------------------------
 
+namespace {
+
+/// The eight levels of every byte of a 1-bit line.
+constexpr auto kLevelsOfBits = [] {
+  std::array<std::array<unsigned char, 8>, 256> table{};
+  for (unsigned v = 0; v < 256; ++v)
+    for (unsigned k = 0; k < 8; ++k) table[v][k] = v >> (7 - k) & 1 ? 255 : 0;
+  return table;
+}();
+
+}  // namespace
+
 void BitsToGray(unsigned char *dst, const unsigned char *src, long n, bool invert) {
   const int flip = invert ? 0xFF : 0;
-  for (long i = 0; i < n; ++i) dst[i] = static_cast<unsigned char>(-((src[i / 8] ^ flip) >> (7 - i % 8) & 1));
+  for (; n >= 8; n -= 8, dst += 8) std::memcpy(dst, kLevelsOfBits[*src++ ^ flip].data(), 8);
+  if (n > 0) std::memcpy(dst, kLevelsOfBits[*src ^ flip].data(), static_cast<std::size_t>(n));
 }
 
 void NibblesToGray(unsigned char *dst, const unsigned char *src, long n) {
@@ -84,42 +58,19 @@ void GrayToNibbles(unsigned char *dst, const unsigned char *src, long n) {
 // To 24 bits ---------------------------------------------------------------------------------------------------------
 
 void BitsTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUAD *table) {
-  const Pixel pixels[2] = {Pick(table[0]), Pick(table[1])};
-  for (long i = 0; i < n; ++i) Store(dst + 3 * i, pixels[src[i / 8] >> (7 - i % 8) & 1]);
+  for (long i = 0; i < n - 1; ++i) StoreEntry(dst + 3 * i, table[src[i / 8] >> (7 - i % 8) & 1], false);
+  if (n > 0) StoreEntry(dst + 3 * (n - 1), table[src[(n - 1) / 8] >> (7 - (n - 1) % 8) & 1], true);
 }
 
 void NibblesTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUAD *table) {
-  for (long i = 0; i < n; ++i) Store(dst + 3 * i, Pick(table[i % 2 ? src[i / 2] & 0x0F : src[i / 2] >> 4]));
+  const auto nibble = [src](long i) { return i % 2 ? src[i / 2] & 0x0F : src[i / 2] >> 4; };
+  for (long i = 0; i < n - 1; ++i) StoreEntry(dst + 3 * i, table[nibble(i)], false);
+  if (n > 0) StoreEntry(dst + 3 * (n - 1), table[nibble(n - 1)], true);
 }
 
 void BytesTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUAD *table) {
-  for (long i = 0; i < n; ++i) Store(dst + 3 * i, Pick(table[src[i]]));
-}
-
-void GrayTo24(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i) dst[3 * i] = dst[3 * i + 1] = dst[3 * i + 2] = src[i];
-}
-
-void Rgb555To24(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i, src += 2, dst += 3) {
-    const unsigned v = Load16(src);
-    dst[0] = static_cast<unsigned char>((v & 31) * 255 / 31);
-    dst[1] = static_cast<unsigned char>((v >> 5 & 31) * 255 / 31);
-    dst[2] = static_cast<unsigned char>((v >> 10 & 31) * 255 / 31);
-  }
-}
-
-void Rgb565To24(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i, src += 2, dst += 3) {
-    const unsigned v = Load16(src);
-    dst[0] = static_cast<unsigned char>((v & 31) * 255 / 31);
-    dst[1] = static_cast<unsigned char>((v >> 5 & 63) * 255 / 63);
-    dst[2] = static_cast<unsigned char>((v >> 11) * 255 / 31);
-  }
-}
-
-void Rgb32To24(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i) std::memcpy(dst + 3 * i, src + 4 * i, 3);
+  for (long i = 0; i < n - 1; ++i) StoreEntry(dst + 3 * i, table[src[i]], false);
+  if (n > 0) StoreEntry(dst + 3 * (n - 1), table[src[n - 1]], true);
 }
 
 void Rgb48To24(unsigned char *dst, const unsigned char *src, long n) {
@@ -127,23 +78,6 @@ void Rgb48To24(unsigned char *dst, const unsigned char *src, long n) {
 }
 
 // From 24 bits -------------------------------------------------------------------------------------------------------
-
-void Rgb24To555(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i, src += 3)
-    Store16(dst + 2 * i, DivideBy255(src[2] * 31u) << 10 | DivideBy255(src[1] * 31u) << 5 | DivideBy255(src[0] * 31u));
-}
-
-void Rgb24To565(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i, src += 3)
-    Store16(dst + 2 * i, DivideBy255(src[2] * 31u) << 11 | DivideBy255(src[1] * 63u) << 5 | DivideBy255(src[0] * 31u));
-}
-
-void Rgb24To32(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n; ++i) {
-    std::memcpy(dst + 4 * i, src + 3 * i, 3);
-    dst[4 * i + 3] = 0;
-  }
-}
 
 void Rgb24To48(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < 3 * n; ++i) dst[2 * i] = dst[2 * i + 1] = src[i];
