@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <hwy/targets.h>
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -24,10 +25,12 @@ void ForEachTarget(const std::function<void()> &check) {
     const std::int64_t target = targets & -targets;
     SCOPED_TRACE(hwy::TargetName(target));
     hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
     check();
     if (testing::Test::HasFatalFailure()) break;
   }
   hwy::SetSupportedTargetsForTest(0);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
 class Convert : public testing::Test {
@@ -127,13 +130,13 @@ TEST_F(Convert, ThroughTables) {
   const Line map = Noise(768);
   Compare(
       [&](auto *dst, auto *src, long n) {
-        std::memcpy(dst, src, static_cast<std::size_t>(3 * n));
+        std::copy_n(src, 3 * n, dst);
         lines::Map24(dst, n, map.data());
       },
       24, 24, [&](std::uint64_t v) { return Bgr(map[512 + Blue(v)], map[256 + Green(v)], map[Red(v)]); });
   Compare(
       [&](auto *dst, auto *src, long n) {
-        std::memcpy(dst, src, static_cast<std::size_t>(n));
+        std::copy_n(src, n, dst);
         lines::MapBytes(dst, n, map.data());
       },
       8, 8, [&](std::uint64_t v) { return map[v]; });
@@ -169,14 +172,14 @@ TEST_F(Convert, WholeRanges) {
         for (const unsigned char v : {a, b, c}) dense.push_back(v);
   const long n = static_cast<long>(dense.size() / 3);
   ForEachTarget([&] {
-    for (const auto &[convert, naive] : {std::pair{lines::Rgb555To24, From555}, {lines::Rgb565To24, From565}}) {
+    for (const auto &[convert, naive] : {std::pair{&lines::Rgb555To24, &From555}, {&lines::Rgb565To24, &From565}}) {
       convert(colours.data(), words.data(), 65536);
       for (long v = 0; v < 65536; ++v)
         ASSERT_EQ(test::GetPacked(colours.data(), 24, v), naive(static_cast<std::uint64_t>(v)));
     }
     Line out(static_cast<std::size_t>(2 * n));
     for (const auto &[convert, bits, naive] :
-         {std::tuple{&ToGray, 8, GrayLevel}, {&lines::Rgb24To555, 16, To555}, {&lines::Rgb24To565, 16, To565}}) {
+         {std::tuple{&ToGray, 8, &GrayLevel}, {&lines::Rgb24To555, 16, &To555}, {&lines::Rgb24To565, 16, &To565}}) {
       convert(out.data(), dense.data(), n);
       for (long i = 0; i < n; ++i)
         ASSERT_EQ(test::GetPacked(out.data(), bits, i), naive(test::GetPacked(dense.data(), 24, i)));
