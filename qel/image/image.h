@@ -352,19 +352,39 @@ class QEL_API PQel : public CObject {
 
   using LineOperation = int (PQel::*)(long, long, long, unsigned char *);
 
-  /// Offset of the byte of a pixel in the store.
+  /// Offset of the byte of a pixel in the store, in the layout at hand and in block layout.
   unsigned long xGetOffset(long x, long y) const;
   unsigned long xGetBlockOffset(long x, long y) const;
 
   /// Builds the table of block offsets; without it offsets are computed.
   int xBuildBlockTable();
 
+  /// What becomes of a span: 0 it is refused, 1 there is nothing to move, 2 it lies in the image and is moved.
+  int xCheckRow(long x0, long x1, long y, const unsigned char *pBuf) const;
+  int xCheckColumn(long x, long y0, long y1, const unsigned char *pBuf) const;
+
+  // Movers of bytes lByte to lByte + lCount - 1 of a stored row, and of lCount units of lUnit bytes down a column.
+  using BlockMove = int (PMem::*)(unsigned long, unsigned long, unsigned char *);
+  using StridedMove = int (PMem::*)(unsigned long, unsigned long, unsigned long, long, unsigned char *);
+  int xMoveLinearRow(BlockMove pfn, long lByte, long lCount, long y, unsigned char *pBuf);
+  int xMoveBlockRow(BlockMove pfn, long lByte, long lCount, long y, unsigned char *pBuf);
+  int xMoveLinearColumn(StridedMove pfn, long x, long y, long lCount, long lUnit, unsigned char *pBuf);
+  int xMoveBlockColumn(StridedMove pfn, long x, long y, long lCount, long lUnit, unsigned char *pBuf);
+
+  // Spans of pixels of 1 and 4 bits through one of those movers.
+  using RowMove = int (PQel::*)(BlockMove, long, long, long, unsigned char *);
+  using ColumnMove = int (PQel::*)(StridedMove, long, long, long, long, unsigned char *);
+  int xReadRowBits(RowMove pfnMove, long lBits, long x0, long x1, long y, unsigned char *pBuf);
+  int xWriteRowBits(RowMove pfnMove, long lBits, long x0, long x1, long y, unsigned char *pBuf);
+  int xReadColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
+  int xWriteColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
+
   int xGetHorLine(long x0, long x1, long y, unsigned char *pBuf);
   int xPutHorLine(long x0, long x1, long y, unsigned char *pBuf);
   int xGetVerLine(long x, long y0, long y1, unsigned char *pBuf);
   int xPutVerLine(long x, long y0, long y1, unsigned char *pBuf);
 
-  // Forms for 1 and 4 bits a pixel. The column forms take the store offset of the first pixel and the step between two.
+  // Forms for 1 and 4 bits a pixel, for spans inside the image.
   int xxGetHorLine1(long x0, long x1, long y, unsigned char *pBuf);
   int xxGetHorLine4(long x0, long x1, long y, unsigned char *pBuf);
   int xxPutHorLine1(long x0, long x1, long y, unsigned char *pBuf);
