@@ -1,6 +1,8 @@
 # Turns a BMP file (INPUT) into the bytes of a C++ array (OUTPUT): the packed DIB without the 14-byte file header, and
 # without a gap between the colour table and the rows.
 
+cmake_minimum_required(VERSION 3.22)
+
 file(READ "${INPUT}" hex HEX)
 string(LENGTH "${hex}" digits)
 if(NOT hex MATCHES "^424d" OR digits LESS 108)

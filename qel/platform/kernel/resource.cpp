@@ -83,14 +83,15 @@ DWORD SizeofResource(HINSTANCE, HRSRC hResource) {
 }
 
 int LoadStringA(HINSTANCE hModule, UINT nId, char *pszBuf, int nSize) {
-  if (pszBuf == nullptr || nSize <= 0 || nId > std::numeric_limits<WORD>::max()) return 0;
+  if (pszBuf == nullptr || nSize <= 0) return 0;
+  *pszBuf = '\0';
+  if (nId > std::numeric_limits<WORD>::max()) return 0;
   const WORD wId = static_cast<WORD>(nId);
   const QelModuleResource *pEntry = FindString(hModule, wId);
   if (hModule == nullptr)
     for (const HINSTANCE hExtension : qel::mfc::ExtensionModules())
       if (pEntry == nullptr) pEntry = FindString(hExtension, wId);
   if (pEntry == nullptr) {
-    *pszBuf = '\0';
     SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return 0;
   }
