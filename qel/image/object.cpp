@@ -1,5 +1,5 @@
 // The image object: construction and teardown, moving an image from one object to another, the header block and its
-// copy at the start of the store, and the state flags.
+// copy at the start of the store, the anti-alias flag and the hook.
 #include <algorithm>
 #include <limits>
 
@@ -123,26 +123,7 @@ int PQel::GetLmmInfo(tagLmmInfo *pInfo) {
   return 1;
 }
 
-// State flags --------------------------------------------------------------------------------------------------------
-
-void PQel::EnableRepeat(int b) {
-  m_bRepeat = b;
-  if (b == 1) SetRepeat(m_lXRepeat, m_lYRepeat);
-}
-
-void PQel::SetRepeat(long lX, long lY) {
-  m_bRepeat = 1;
-  m_lXRepeat = lX != 0 ? lX : GetImageWidth();
-  m_lYRepeat = lY != 0 ? lY : m_lHeight;
-}
-
-void PQel::SetSameRepeat(PQel *pSource) {
-  if (pSource == nullptr) return;
-  if (pSource->m_bRepeat)
-    SetRepeat(pSource->m_lXRepeat, pSource->m_lYRepeat);
-  else
-    EnableRepeat(0);
-}
+// Flags and hook -----------------------------------------------------------------------------------------------------
 
 int PQel::EnableAntiAlias(int b) {
   m_bAntiAlias = 0;

@@ -72,7 +72,7 @@ TEST_P(EveryKeeping, MeasuresAsCounted) {
       EXPECT_EQ(image.GetLineBytes(), line);
       EXPECT_EQ(image.GetLmmOffset(), offset);
       EXPECT_EQ(image.GetMemType(), keeping.memFlags & 0xF);
-      EXPECT_EQ(std::memcmp(&bih + 1, masks.data(), 4 * masks.size()), 0);
+      EXPECT_TRUE(std::equal(masks.begin(), masks.end(), reinterpret_cast<const DWORD *>(&bih + 1)));
       EXPECT_EQ(reinterpret_cast<unsigned char *>(image.m_pRGBQuad),
                 image.m_memBI.GetPointer() + 40 + 4 * masks.size());
       EXPECT_GE(image.m_memBI.GetPointer() + image.m_memBI.GetSize() - image.m_pbyLineBuf, std::max(line, 1024L));

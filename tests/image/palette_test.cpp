@@ -272,7 +272,10 @@ TEST(Palette, Inverted) {
     EXPECT_EQ(image.InversePalette(), 1);
     ExpectSame(image.m_pRGBQuad, want);
     EXPECT_EQ(image.GetImageType(), type == 5 ? 3 : type == 4 ? 2 : type);
-    EXPECT_EQ(image.m_pMem->PeekByte(40), reinterpret_cast<unsigned char *>(image.GetBIH() + 1)[0]);
+    const auto stored = static_cast<unsigned long>(image.GetLmmOffset());
+    std::vector<unsigned char> front(stored);
+    ASSERT_EQ(image.m_pMem->GetBlock(0, stored, front.data()), 1);
+    EXPECT_EQ(std::memcmp(front.data(), image.GetBI(), stored), 0) << "the store's table follows";
   }
 }
 
