@@ -1,8 +1,8 @@
 // Plain types, records and constants of the Windows imaging idiom, in the widths their binary forms have.
 //
 // LONG and DWORD are 32 bits wide here (they describe file fields, rectangles and palettes), while `long` and
-// `unsigned long` in the engine's own operations are 64 bits wide. Handles are pointer-sized. Constants are constexpr and
-// helpers are functions, so that including this header defines no macro.
+// `unsigned long` in the engine's own operations are 64 bits wide. Handles are pointer-sized. Constants are constexpr
+// and helpers are functions, so that including this header defines no macro.
 #pragma once
 
 #include <cstddef>
@@ -100,9 +100,15 @@ struct LOGPALETTE {
 constexpr COLORREF RGB(unsigned nRed, unsigned nGreen, unsigned nBlue) {
   return (nRed & 0xFF) | (nGreen & 0xFF) << 8 | (nBlue & 0xFF) << 16;
 }
-constexpr BYTE GetRValue(COLORREF rgb) { return static_cast<BYTE>(rgb); }
-constexpr BYTE GetGValue(COLORREF rgb) { return static_cast<BYTE>(rgb >> 8); }
-constexpr BYTE GetBValue(COLORREF rgb) { return static_cast<BYTE>(rgb >> 16); }
+constexpr BYTE GetRValue(COLORREF rgb) {
+  return static_cast<BYTE>(rgb);
+}
+constexpr BYTE GetGValue(COLORREF rgb) {
+  return static_cast<BYTE>(rgb >> 8);
+}
+constexpr BYTE GetBValue(COLORREF rgb) {
+  return static_cast<BYTE>(rgb >> 16);
+}
 
 // Device-independent bitmaps -----------------------------------------------------------------------------------------
 

@@ -13,7 +13,8 @@ QEL_API HDC GetDC(HWND hWnd);
 /// Gives a context of GetDC back; 0 when it is not one.
 QEL_API int ReleaseDC(HWND hWnd, HDC hDC);
 
-/// A capability by index (LOGPIXELSX, LOGPIXELSY, BITSPIXEL, PLANES, HORZRES, VERTRES); 0 for others and for a bad handle.
+/// A capability by index (LOGPIXELSX, LOGPIXELSY, BITSPIXEL, PLANES, HORZRES, VERTRES); 0 for others and for a bad
+/// handle.
 QEL_API int GetDeviceCaps(HDC hDC, int nIndex);
 
 /// SM_CXSCREEN and SM_CYSCREEN; 0 for others.

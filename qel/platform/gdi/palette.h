@@ -12,6 +12,6 @@ QEL_API HPALETTE CreatePalette(const LOGPALETTE *pLogPalette);
 /// 0 for a handle that is not a palette.
 QEL_API UINT GetPaletteEntries(HPALETTE hPal, UINT nStart, UINT nCount, PALETTEENTRY *pEntries);
 
-/// Index of the entry nearest to a colour (least sum of squared differences, the first of equals); UINT(-1) for a handle
-/// that is not a palette.
+/// Index of the entry nearest to a colour (least sum of squared differences, the first of equals); UINT(-1) for a
+/// handle that is not a palette.
 QEL_API UINT GetNearestPaletteIndex(HPALETTE hPal, COLORREF rgb);

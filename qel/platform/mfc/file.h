@@ -1,8 +1,8 @@
 // CFile and its exception.
 //
-// Reading, writing and seeking throw CFileException pointers, as the idiom has it: the catcher calls Delete(). Different
-// here: the share modes are advisory locks (flock) that hold between programs that use this class, and a folder cannot
-// be opened.
+// Reading, writing and seeking throw CFileException pointers, as the idiom has it: the catcher calls Delete().
+// Different here: the share modes are advisory locks (flock) that hold between programs that use this class, and a
+// folder cannot be opened.
 #pragma once
 
 #include "qel/export.h"
@@ -45,7 +45,8 @@ class QEL_API CFileException : public CException {
   CString m_strFileName;
 };
 
-/// A file opened by name: unbuffered, positioned by byte, up to 2^63 - 1 bytes long.
+/// A file opened by name: unbuffered, positioned by byte, up to 2^63 - 1 bytes long. Reading, writing, seeking and
+/// asking on an object that is not open throws invalidFile.
 class QEL_API CFile : public CObject {
   DECLARE_DYNAMIC(CFile)
  public:
@@ -67,11 +68,12 @@ class QEL_API CFile : public CObject {
   CFile();
   ~CFile() override;  // closes without throwing
 
-  /// Opens the file. 0 on failure, with the reason in `*pError` when one is given; nothing is thrown. A file that another
-  /// opener has locked is left untouched, modeCreate included.
+  /// Opens the file. 0 on failure, on an object that is open too, with the reason in `*pError` when one is given;
+  /// nothing is thrown. A file that another opener has locked is not emptied by modeCreate, whatever the share mode of
+  /// the creator. Only regular files are locked; on a file system without locks sharing is not checked.
   virtual BOOL Open(const char *pszFileName, UINT nOpenFlags, CFileException *pError = nullptr);
 
-  /// Closes the file; throws when the system reports that written data were lost.
+  /// Closes the file; throws when the system reports that written data were lost. Does nothing when none is open.
   virtual void Close();
 
   /// Reads up to nCount bytes; returns the count read, less than nCount only at the end of the file.

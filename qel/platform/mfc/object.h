@@ -47,12 +47,14 @@ class QEL_API CObject {
 
 #define RUNTIME_CLASS(class_name) (const_cast<CRuntimeClass *>(&class_name::class##class_name))
 
-#define DECLARE_DYNAMIC(class_name)               \
- public:                                          \
-  static const CRuntimeClass class##class_name;   \
+#define DECLARE_DYNAMIC(class_name)             \
+ public:                                        \
+  static const CRuntimeClass class##class_name; \
   CRuntimeClass *GetRuntimeClass() const override;
 
-#define IMPLEMENT_DYNAMIC(class_name, base_class_name)                                                           \
+#define IMPLEMENT_DYNAMIC(class_name, base_class_name)                                                            \
   const CRuntimeClass class_name::class##class_name = {#class_name, static_cast<int>(sizeof(class_name)), 0xFFFF, \
-                                                       nullptr, RUNTIME_CLASS(base_class_name)};                \
-  CRuntimeClass *class_name::GetRuntimeClass() const { return RUNTIME_CLASS(class_name); }
+                                                       nullptr, RUNTIME_CLASS(base_class_name)};                  \
+  CRuntimeClass *class_name::GetRuntimeClass() const {                                                            \
+    return RUNTIME_CLASS(class_name);                                                                             \
+  }

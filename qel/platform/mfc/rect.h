@@ -7,8 +7,12 @@
 
 namespace qel {
 
-constexpr LONG WrapAdd(LONG a, LONG b) { return static_cast<LONG>(static_cast<DWORD>(a) + static_cast<DWORD>(b)); }
-constexpr LONG WrapNegate(LONG n) { return static_cast<LONG>(0 - static_cast<DWORD>(n)); }
+constexpr LONG WrapAdd(LONG a, LONG b) {
+  return static_cast<LONG>(static_cast<DWORD>(a) + static_cast<DWORD>(b));
+}
+constexpr LONG WrapNegate(LONG n) {
+  return static_cast<LONG>(0 - static_cast<DWORD>(n));
+}
 
 }  // namespace qel
 
