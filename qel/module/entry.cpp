@@ -17,7 +17,7 @@ namespace {
 
 AFX_EXTENSION_MODULE g_module = {};
 
-// Its life is the library's: constructed at load, destroyed at unload or at the end of the program.
+// Its life is the library's: constructed at load, destroyed when the program ends.
 struct Registration {
   Registration() {
     try {
