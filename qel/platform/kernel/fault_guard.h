@@ -1,9 +1,9 @@
 // Guarded accesses: memory accesses that may fault without taking the process down.
 //
 // A handler for SIGSEGV and SIGBUS, installed on first use and chained to the one before it, acts only while its thread
-// is inside a guarded access. It describes the fault to the access's filter; the filter either has it tried again (it has
-// made the page accessible) or gives up, and then the access ends and Guarded() returns 0. A fault that comes back at the
-// same address after the filter let it continue ends the access too.
+// is inside a guarded access. It describes the fault to the access's filter; the filter either has it tried again (it
+// has made the page accessible) or gives up, and then the access ends and Guarded() returns 0. A fault that comes back
+// at the same address after the filter let it continue ends the access too.
 //
 // Nothing with a destructor may live inside the access: it is left by a jump.
 #pragma once
@@ -52,8 +52,8 @@ struct FaultFrame {
   FaultFrame *outer;
 };
 
-/// The innermost guarded access of this thread. Initial-exec, so that reaching it is one load.
-extern thread_local FaultFrame *t_faultFrame __attribute__((tls_model("initial-exec")));
+/// The innermost guarded access of this thread. Initial-exec and constinit, so that reaching it is one load.
+extern constinit thread_local FaultFrame *t_faultFrame __attribute__((tls_model("initial-exec")));
 
 /// Installs the signal handlers once per process.
 void InstallFaultHandlers();
@@ -62,7 +62,8 @@ extern std::atomic<bool> g_faultHandlersInstalled;
 /// Runs `access` under the guard: 1 when it ran through, 0 when a fault ended it. Bytes written before stay written.
 template <class Access>
 __attribute__((noinline)) int Guarded(FaultFilter filter, void *context, Access access) {
-  if (!g_faultHandlersInstalled.load(std::memory_order_relaxed)) [[unlikely]] InstallFaultHandlers();
+  if (!g_faultHandlersInstalled.load(std::memory_order_relaxed)) [[unlikely]]
+    InstallFaultHandlers();
   FaultFrame frame;
   frame.filter = filter;
   frame.context = context;
