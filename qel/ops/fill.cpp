@@ -18,7 +18,7 @@ int PQel::Clear(long long llColor) {
     case 1:
       return m_pMem->SetBlockBYTE(dwOffset, dwBytes, llColor != 0 ? 0xFF : 0);
     case 4:
-      return m_pMem->SetBlockBYTE(dwOffset, dwBytes, static_cast<unsigned char>((c0 & 0xF) * 0x11));
+      return m_pMem->SetBlockBYTE(dwOffset, dwBytes, static_cast<unsigned char>(c0 << 4 | c0));
     case 8:
       return m_pMem->SetBlockBYTE(dwOffset, dwBytes, static_cast<unsigned char>(c0));
     case 16:
