@@ -114,16 +114,19 @@ int PVirtualMem::Attach(void *hMem) {
   if (hMem == nullptr || !IsEmpty()) return 0;
   PMem global;
   if (!global.Attach(hMem)) return 0;
-  if (AllocMemory(MEM_COMMIT, global.GetSize()) == nullptr) {
+  const int wantsMirror = m_bMirror;
+  m_bMirror = 0;  // a snapshot of memory that is only being filled would be thrown away
+  int result = AllocMemory(MEM_COMMIT, global.GetSize()) != nullptr;
+  if (result && !CopyBlock(&global, 0, 0, global.GetSize())) {
+    FreeMemory();
+    result = 0;
+  }
+  m_bMirror = wantsMirror;
+  if (!result) {
     global.Detach();  // the caller keeps it
     return 0;
   }
-  if (!CopyBlock(&global, 0, 0, global.GetSize())) {
-    FreeMemory();
-    global.Detach();
-    return 0;
-  }
-  if (m_bMirror) CreateMirrorMem();  // the copy saved pages of nothing
+  if (m_bMirror) CreateMirrorMem();
   return 1;
 }
 

@@ -27,7 +27,9 @@ TEST(Mirror, SavesExactlyTheOverwrittenPagesAsTheyWere) {
         for (int i = 0; i < 4; ++i) MarkPages(saved, test::WriteRandomly(random, *mem, now));
         ASSERT_EQ(test::CommittedPages(mirror), saved) << static_cast<int>(kind) << ' ' << size;
         for (unsigned long i = 0; i < size; ++i) {
-          if (saved[i / kPage]) ASSERT_EQ(mirror.GetPointer()[i], before[i]) << i;
+          if (saved[i / kPage]) {
+            ASSERT_EQ(mirror.GetPointer()[i], before[i]) << i;
+          }
         }
         ASSERT_EQ(mem->SwapMirrorMem(), 1);
         ASSERT_EQ(test::Contents(*mem), before);
