@@ -19,9 +19,14 @@ inline bool Touch(PMem &mem, unsigned long dwOffset, unsigned long dwCount) {
   return mem.GetHandle() != nullptr || mem.CommitMemory(dwOffset, dwCount) != nullptr;
 }
 
-/// Tells the mirror about a coming write. Whether it could save the pages decides nothing.
+/// Tells the mirror about a coming write. Whether it could save the pages decides nothing. Most writes meet pages that
+/// are saved already; they get by with a look at the mirror's page states instead of a call.
 inline void Notice(PMem &mem, unsigned long dwOffset, unsigned long dwCount) {
-  if (PMirrorMem *const mirror = mem.GetMirrorMem()) mirror->CopySource(dwOffset, dwCount);
+  PMirrorMem *const mirror = mem.GetMirrorMem();
+  if (mirror == nullptr || dwCount == 0) return;
+  const bool inside = dwOffset < mirror->GetSize() && dwCount <= mirror->GetSize() - dwOffset;
+  if (inside && qel::kernel::ArePagesCommitted(mirror->GetPointer(), dwOffset, dwCount)) return;
+  mirror->CopySource(dwOffset, dwCount);
 }
 
 /// Fills with units of `dwUnit` bytes; `fill` writes a number of them to an address.

@@ -9,7 +9,7 @@ using test::Kind;
 constexpr unsigned long kPage = 4096;
 
 void MarkPages(std::vector<bool> &pages, const test::Touched &touched) {
-  for (unsigned long page = touched.low / kPage; page * kPage < touched.high; ++page) pages[page] = true;
+  for (unsigned long i = touched.low; i < touched.high; i = (i / kPage + 1) * kPage) pages[i / kPage] = true;
 }
 
 TEST(Mirror, SavesExactlyTheOverwrittenPagesAsTheyWere) {
