@@ -1,5 +1,5 @@
 // The library's entry point: registers the engine as an extension module when it is loaded, and ends the registration
-// when it is unloaded.
+// when the program ends (the library is linked so that closing it does not unload it).
 //
 // The loader has no way for a library to refuse its own load, so a failed registration (no memory, or an address that
 // the loader does not know) is not passed on: the handle stays null, the engine's strings are then not found through
