@@ -212,7 +212,7 @@ TEST(Create, NoStoreLeavesTheImageEmpty) {
     EXPECT_EQ(image.m_pMem, nullptr);
   }
   MakeSmallImage(image);
-  EXPECT_EQ(image.CreateImage(9, 1000000000, 1000000000, 0, nullptr, 1, 1, 0x10F, 0, 0), 0) << "6 x 10^18 bytes";
+  EXPECT_EQ(image.CreateImage(9, 1000000, 2000000000, 0, nullptr, 1, 1, 0x10F, 0, 0), 0) << "12 x 10^15 bytes";
   EXPECT_EQ(image.IsEmpty(), 1);
 }
 
