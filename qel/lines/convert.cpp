@@ -144,7 +144,7 @@ bool ReversePixels(unsigned char *dst, const unsigned char *src, long n, int bit
     case 4:
       return ReverseNibbles(dst, src, n), true;
     case 8:
-      return ReverseUnits<1>(dst, src, n), true;
+      return Reverse8(dst, src, n), true;
     case 16:
       return ReverseUnits<2>(dst, src, n), true;
     case 24:

@@ -96,4 +96,8 @@ void Reverse24(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < n; ++i) std::memcpy(dst + 3 * i, src + 3 * (n - 1 - i), 3);
 }
 
+void Reverse8(unsigned char *dst, const unsigned char *src, long n) {
+  for (long i = 0; i < n; ++i) dst[i] = src[n - 1 - i];
+}
+
 }  // namespace qel::lines::plain

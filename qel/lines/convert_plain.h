@@ -14,12 +14,14 @@ void Rgb24To565(unsigned char *dst, const unsigned char *src, long n);
 void Rgb555To24(unsigned char *dst, const unsigned char *src, long n);
 void Rgb565To24(unsigned char *dst, const unsigned char *src, long n);
 void Reverse24(unsigned char *dst, const unsigned char *src, long n);
+void Reverse8(unsigned char *dst, const unsigned char *src, long n);
 
 }  // namespace qel::lines::plain
 
 namespace qel::lines {
 
-/// 24-bit pixels in reverse order.
+/// Pixels of 24 and 8 bits in reverse order.
 void Reverse24(unsigned char *dst, const unsigned char *src, long n);
+void Reverse8(unsigned char *dst, const unsigned char *src, long n);
 
 }  // namespace qel::lines

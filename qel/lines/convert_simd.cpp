@@ -19,6 +19,7 @@ namespace qel::lines::HWY_NAMESPACE {
 using plain::GrayTo24;
 using plain::GrayToBits;
 using plain::Reverse24;
+using plain::Reverse8;
 using plain::Rgb24To32;
 using plain::Rgb24To555;
 using plain::Rgb24To565;
@@ -145,6 +146,15 @@ void Reverse24(unsigned char *dst, const unsigned char *src, long n) {
   plain::Reverse24(dst + 3 * i, src, n - i);
 }
 
+void Reverse8(unsigned char *dst, const unsigned char *src, long n) {
+  const Block d;
+  alignas(16) static constexpr std::uint8_t kTurn[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+  const auto turn = hn::Load(d, kTurn);
+  long i = 0;
+  for (; i + 16 <= n; i += 16) hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, src + (n - i) - 16), turn), d, dst + i);
+  plain::Reverse8(dst + i, src, n - i);
+}
+
 // High colour --------------------------------------------------------------------------------------------------------
 
 /// 5-5-5 or 5-6-5 words of 24-bit channels held in 16-bit lanes.
@@ -240,6 +250,7 @@ HWY_EXPORT(Rgb24To32);
 HWY_EXPORT(Rgb32To24);
 HWY_EXPORT(GrayTo24);
 HWY_EXPORT(Reverse24);
+HWY_EXPORT(Reverse8);
 HWY_EXPORT(Rgb24To555);
 HWY_EXPORT(Rgb24To565);
 HWY_EXPORT(Rgb555To24);
@@ -267,6 +278,9 @@ void Rgb565To24(unsigned char *dst, const unsigned char *src, long n) {
   HWY_DYNAMIC_DISPATCH(Rgb565To24)(dst, src, n);
 }
 
+void Reverse8(unsigned char *dst, const unsigned char *src, long n) {
+  HWY_DYNAMIC_DISPATCH(Reverse8)(dst, src, n);
+}
 void Reverse24(unsigned char *dst, const unsigned char *src, long n) {
   HWY_DYNAMIC_DISPATCH(Reverse24)(dst, src, n);
 }
