@@ -1,0 +1,41 @@
+// A file that appears whole or not at all: it is written beside its place under a passing name and renamed at the end.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "qel/platform/mfc/file.h"
+
+namespace app {
+
+/// Tells why a file operation failed, in words.
+std::string ReasonOf(const CFileException &problem);
+
+class OutputFile {
+ public:
+  /// Opens the passing file in the folder of `path`. Throws a Failure when the place cannot be written to: a folder, a
+  /// device, a file or folder without write permission.
+  explicit OutputFile(const std::string &path);
+
+  /// Removes the passing file unless it was put in place.
+  ~OutputFile();
+
+  OutputFile(const OutputFile &) = delete;
+  OutputFile &operator=(const OutputFile &) = delete;
+
+  /// The open file. Its exceptions are the caller's.
+  CFile &File() { return m_file; }
+
+  /// Closes the file and puts it in place.
+  void Commit();
+
+ private:
+  std::string m_path;       // as the caller named it, for messages
+  std::string m_target;     // the same with symbolic links followed
+  std::string m_temporary;  // the passing name; empty when nothing is to be removed
+  mode_t m_mode;            // permissions of the finished file
+  CFile m_file;
+};
+
+}  // namespace app

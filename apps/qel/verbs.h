@@ -1,0 +1,14 @@
+// The verbs of the command line. Each function adds its verb with its options to `app`; when the command line names
+// that verb, it runs and leaves the exit status in `status` (0 done, 1 failed), or throws.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace app {
+
+void AddCard(CLI::App &app, int &status);
+void AddCompare(CLI::App &app, int &status);
+void AddConvert(CLI::App &app, int &status);
+void AddInfo(CLI::App &app, int &status);
+
+}  // namespace app
