@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the command line and shows what it does: run.sh [PICTURE.bmp]
+#
+# Without a picture the engine makes its own: a colour card in each of its ten image types. Every picture is described, sent
+# through every store and layout, and compared with what came back. The results lie in out/.
+set -euo pipefail
+
+[ $# -le 1 ] || { echo "usage: $0 [PICTURE.bmp]" >&2; exit 2; }
+picture=${1:+$(realpath -- "$1")}
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+scripts/install_packages.sh
+scripts/build.sh release qel_cli
+qel=build/release/apps/qel/qel
+
+mkdir -p out
+if [ -n "$picture" ]; then
+  pictures=("$picture")
+else
+  echo "card: making the colour card in every image type"
+  cards=$("$qel" card out/cards)
+  mapfile -t pictures <<<"$cards"
+fi
+
+# Reads and writes a picture by way of one store and layout; ends the run when it comes back changed.
+round_trip() { # picture, store, layout, more options...
+  local from=$1 name
+  name=$(basename "$from" .bmp)-$2-$3
+  local to=out/converted/$name${4:+$4}.bmp
+  "$qel" convert "$from" "$to" --store "$2" --layout "$3" "${@:4}"
+  "$qel" compare "$from" "$to" >/dev/null
+  trips=$((trips + 1))
+}
+
+mkdir -p out/converted
+trips=0
+for from in "${pictures[@]}"; do
+  echo
+  "$qel" info "$from"
+  before=$trips
+  for store in memory reserved mapping; do
+    for layout in linear block; do
+      round_trip "$from" "$store" "$layout"
+    done
+  done
+  round_trip "$from" memory linear --top-down
+  echo "  came back equal from $((trips - before)) conversions through every store and layout"
+done
+
+echo
+echo "${#pictures[@]} pictures, $trips conversions, all equal."
+[ -n "$picture" ] || echo "The cards lie in       $PWD/out/cards"
+echo "The conversions lie in $PWD/out/converted"
