@@ -1,4 +1,6 @@
 // PMemMapFile: a block in a named mapping, which other blocks and other processes open by its name.
+//
+// DeCommitMemory does nothing here: pages of a mapping cannot be given back without taking them from its other openers.
 #pragma once
 
 #include "qel/mem/virtual_mem.h"
