@@ -111,6 +111,21 @@ TEST(Memory, HandlesTravelThroughAttachAndDetach) {
   }
 }
 
+TEST(Memory, AHandleThatFindsNoRoomStaysTheCallers) {
+  struct Full : PVirtualMem {
+    using PVirtualMem::m_bMirror;
+    unsigned char *AllocMemory(unsigned int, unsigned long) override { return nullptr; }
+  } full;
+  full.m_bMirror = 1;
+  void *const handle = GlobalAlloc(GHND, 100);
+  EXPECT_EQ(full.Attach(handle), 0);
+  EXPECT_TRUE(full.IsEmpty());
+  EXPECT_EQ(full.m_bMirror, 1);
+  EXPECT_EQ(GlobalSize(handle), 100u);
+  EXPECT_EQ(GlobalFlags(handle) & 0xFF, 0u) << "no lock is left behind";
+  EXPECT_EQ(GlobalFree(handle), nullptr);
+}
+
 TEST(Memory, AttachOfAnAddressTakesItsGlobalBlock) {
   void *const handle = GlobalAlloc(GMEM_MOVEABLE, 100);
   auto *const p = static_cast<unsigned char *>(GlobalLock(handle));
