@@ -120,7 +120,7 @@ class Turn {
  private:
   /// True when the turn is ours, or when it never will be and the descriptor is closed; false: try again.
   bool xTake() {
-    if (!IsOurs(m_nFd) || !Lock(m_nFd, LOCK_EX)) {
+    if (!IsOurs(m_nFd) || fchmod(m_nFd, kOwnerOnly) != 0 || !Lock(m_nFd, LOCK_EX)) {
       close(m_nFd);
       m_nFd = -1;
       errno = EACCES;
@@ -258,7 +258,7 @@ bool SharedObject::xMake(std::size_t bytes, bool bCommit) {
   std::size_t pages = PagesFor(bytes);
   std::size_t total = ObjectBytes(pages);
   if (total == 0) return FailWithErrno(ENOMEM);
-  int nErrno = Grow(m_nFd, total);
+  int nErrno = fchmod(m_nFd, kOwnerOnly) == 0 ? Grow(m_nFd, total) : errno;  // whatever the process's mask took away
   // The states are always backed, so that looking at them never faults.
   if (nErrno == 0) nErrno = ReserveObjectSpace(m_nFd, 0, bCommit ? total : StateBytes(pages));
   if (nErrno != 0) return FailWithErrno(nErrno);
