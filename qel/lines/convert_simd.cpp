@@ -4,6 +4,7 @@
 //
 // 16-bit lanes hold a line's even and odd bytes apart (mask and shift), so that no lane needs to be moved for a sum.
 
+#include "qel/lines/convert.h"
 #include "qel/lines/convert_plain.h"
 
 #undef HWY_TARGET_INCLUDE
