@@ -1,7 +1,7 @@
 // Copies between a packed line and units that lie a stride apart.
 //
-// Both directions are one loop with two steps, one of which is the unit. Units of 1 to 4 bytes have it compiled for
-// their size, so that each is moved with single loads and stores.
+// Both directions are one loop with two steps, one of which is the unit. Units of 1 to 4 and of 6 bytes have it
+// compiled for their size, so that each is moved with single loads and stores.
 #include "qel/lines/strided.h"
 
 #include <cstring>
@@ -28,6 +28,8 @@ inline void DispatchUnit(unsigned long dwUnit, Move move) {
       return move(3UL);
     case 4:
       return move(4UL);
+    case 6:
+      return move(6UL);
     default:
       return move(dwUnit);
   }
