@@ -60,8 +60,9 @@ void InstallFaultHandlers();
 extern std::atomic<bool> g_faultHandlersInstalled;
 
 /// Runs `access` under the guard: 1 when it ran through, 0 when a fault ended it. Bytes written before stay written.
+/// `access` comes by reference: a copy of what it holds, made just before it is read, would hold up each short access.
 template <class Access>
-__attribute__((noinline)) int Guarded(FaultFilter filter, void *context, Access access) {
+__attribute__((noinline)) int Guarded(FaultFilter filter, void *context, const Access &access) {
   if (!g_faultHandlersInstalled.load(std::memory_order_relaxed)) [[unlikely]]
     InstallFaultHandlers();
   FaultFrame frame;
