@@ -99,7 +99,6 @@ int PQel::xCreateStore(const ImageMeasures &measures, int nMemFlags) {
     xBuildBlockTable();  // offsets are computed without it
   }
   if (!xAllocStore(nMemFlags, static_cast<unsigned long>(measures.lStoreBytes))) return 0;
-  UpdateImageType();
   return UpdateBI();
 }
 
@@ -134,6 +133,8 @@ int PQel::CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUA
     std::memcpy(m_pRGBQuad, pPal, TableBytes(shape));
   else if (shape.lColors != 0)
     BuildStdPalette(nType, m_pRGBQuad);
+  // A whole standard table is its type's own; any other may make the image gray, or no longer gray.
+  if (pPal != nullptr || shape.lColors != GetMaxClrUsed(nType)) UpdateImageType();
 
   if (!xCreateStore(measures, nMemFlags)) {
     DeleteImage(1);

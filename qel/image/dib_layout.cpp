@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "qel/platform/gdi/device_context.h"
+#include "qel/platform/screen.h"
 
 namespace qel::image {
 namespace {
@@ -49,12 +49,10 @@ bool MeasureImage(const ImageShape &shape, ImageMeasures *pMeasures) {
 }
 
 void GetDesktopResolution(LONG *plDpmX, LONG *plDpmY) {
-  const HWND hDesktop = GetDesktopWindow();
-  const HDC hDC = GetDC(hDesktop);
-  const int nDpiX = GetDeviceCaps(hDC, LOGPIXELSX), nDpiY = GetDeviceCaps(hDC, LOGPIXELSY);
-  ReleaseDC(hDesktop, hDC);
-  *plDpmX = static_cast<LONG>((nDpiX * 10000L + 127) / 254);
-  *plDpmY = static_cast<LONG>((nDpiY * 10000L + 127) / 254);
+  // What a fresh context of the desktop would answer, without making one for every image.
+  const ScreenMode mode = CurrentScreenMode();
+  *plDpmX = static_cast<LONG>((mode.nDpiX * 10000L + 127) / 254);
+  *plDpmY = static_cast<LONG>((mode.nDpiY * 10000L + 127) / 254);
 }
 
 void RepairResolution(LONG *plDpmX, LONG *plDpmY) {

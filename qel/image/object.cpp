@@ -43,8 +43,8 @@ void PQel::DeleteImage(int bFree) {
   m_bBlock = m_bRepeat = m_bAntiAlias = m_bUndo = 0;
   m_lXRepeat = m_lYRepeat = 0;
   m_rcInvalid.SetRectEmpty();
-  m_memBI.FreeMemory();
-  m_memBlockTable.FreeMemory();
+  if (!m_memBI.IsEmpty()) m_memBI.FreeMemory();
+  if (!m_memBlockTable.IsEmpty()) m_memBlockTable.FreeMemory();
 }
 
 void PQel::CopyObject(PQel *pSrc) {

@@ -19,14 +19,20 @@ constexpr bool IsType(int nType) {
   return nType >= 0 && nType < static_cast<int>(kTypes.size());
 }
 
-/// True when the table is the gray ramp of its size. A palette of colours mostly leaves it at the second entry.
+/// True when the table is the gray ramp of its size. A palette of colours mostly leaves it at the second entry; the
+/// rest is compared whole, four bytes an entry without the reserved one, which takes a few vector steps.
 bool IsGrayRamp(const RGBQUAD *pTable, int nColors) {
-  const int nStep = 255 / (nColors - 1);
-  for (int i = 0; i < nColors; ++i) {
-    const int nGray = nStep * i;
-    if (pTable[i].rgbBlue != nGray || pTable[i].rgbGreen != nGray || pTable[i].rgbRed != nGray) return false;
-  }
-  return true;
+  constexpr DWORD kColorBytes = 0x00FFFFFF, kGrayStep = 0x00010101;
+  const auto difference = [pTable](int i, DWORD dwGray) {
+    DWORD dwEntry;
+    std::memcpy(&dwEntry, pTable + i, sizeof dwEntry);
+    return (dwEntry & kColorBytes) ^ dwGray;
+  };
+  const DWORD dwStep = static_cast<DWORD>(255 / (nColors - 1)) * kGrayStep;
+  if (difference(1, dwStep) != 0) return false;
+  DWORD dwDifferences = 0;
+  for (int i = 0; i < nColors; ++i) dwDifferences |= difference(i, static_cast<DWORD>(i) * dwStep);
+  return dwDifferences == 0;
 }
 
 /// True when an image that uses `dwUsed` of `dwAll` entries (0: all) has the gray ramp.

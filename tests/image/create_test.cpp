@@ -158,6 +158,11 @@ TEST(Create, ColorTablesOfTheCaller) {
   ASSERT_EQ(image.CreateImage(image.GetBI(), 0, 7, 10, 1, 0, 0), 1);
   EXPECT_EQ(std::memcmp(image.m_pRGBQuad, table, sizeof table), 0);
   EXPECT_EQ(image.GetImageHeight(), 7);
+  // A gray type with less than its whole ramp is one of colours.
+  ASSERT_EQ(image.CreateImage(4, 9, 5, 10, nullptr, 1, 1, 1, 0, 0), 1);
+  EXPECT_EQ(image.GetImageType(), 2);
+  ASSERT_EQ(image.CreateImage(5, 9, 5, 255, nullptr, 1, 1, 1, 0, 0), 1);
+  EXPECT_EQ(image.GetImageType(), 3);
   // A ramp given for a palette type makes it a gray one.
   for (int i = 0; i < 16; ++i)
     table[i] = {static_cast<BYTE>(17 * i), static_cast<BYTE>(17 * i), static_cast<BYTE>(17 * i), 1};
