@@ -197,9 +197,8 @@ std::shared_ptr<SharedObject> SharedObject::Open(const char *pszName, std::size_
     bOpen = object->m_nFd >= 0 ? object->xMake(bytes, bCommit) : FailWithErrno(errno);
   } else {
     std::string strFile = ObjectPrefix() + EncodeName(pszName);
-    if (strFile.size() > NAME_MAX) return FailWithErrno(ENAMETOOLONG), nullptr;
     object->m_strPath = kFolder + strFile;
-    bOpen = object->xOpenNamed(bytes, bCommit);
+    bOpen = strFile.size() <= NAME_MAX ? object->xOpenNamed(bytes, bCommit) : FailWithErrno(ENAMETOOLONG);
   }
   return bOpen ? object : nullptr;
 }
