@@ -1,21 +1,20 @@
 // The options --store and --layout.
 #include "apps/qel/keeping.h"
 
-#include <map>
 #include <string>
 
 namespace app {
 
 void AddKeepingOptions(CLI::App &verb, Keeping &keeping) {
-  const std::map<std::string, int> stores{{"memory", 1}, {"reserved", 4}, {"mapping", 8}};
-  const std::map<std::string, bool> layouts{{"linear", false}, {"block", true}};
-  verb.add_option("--store", keeping.store, "where pixels are kept meanwhile: memory (default), reserved or mapping")
-      ->transform(CLI::Transformer(stores))
-      ->check(CLI::IsMember({1, 4, 8}).description(""))
+  const auto setStore = [&keeping](const std::string &name) {
+    keeping.store = name == "memory" ? 1 : name == "reserved" ? 4 : 8;
+  };
+  verb.add_option_function<std::string>("--store", setStore, "where pixels are kept meanwhile (default: memory)")
+      ->check(CLI::IsMember({"memory", "reserved", "mapping"}))
       ->type_name("STORE");
-  verb.add_option("--layout", keeping.block, "how pixels are laid out meanwhile: linear (default) or block")
-      ->transform(CLI::Transformer(layouts))
-      ->check(CLI::IsMember({0, 1}).description(""))
+  const auto setLayout = [&keeping](const std::string &name) { keeping.block = name == "block"; };
+  verb.add_option_function<std::string>("--layout", setLayout, "how pixels are laid out meanwhile (default: linear)")
+      ->check(CLI::IsMember({"linear", "block"}))
       ->type_name("LAYOUT");
 }
 

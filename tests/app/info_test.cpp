@@ -141,6 +141,7 @@ TEST(Usage, WrongUsageIsStatus2WithOneLine) {
     EXPECT_EQ(outcome.err.rfind("qel: ", 0), 0u) << outcome.err;
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
   }
+  EXPECT_NE(Qel(wrong[5]).err.find("{memory,reserved,mapping}"), Bytes::npos);
   const auto help = Qel({"--help"});
   EXPECT_EQ(help.status, 0);
   for (const char *verb : {"info", "convert", "compare", "card"}) EXPECT_NE(help.out.find(verb), Bytes::npos);
