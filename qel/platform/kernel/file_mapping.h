@@ -13,7 +13,7 @@
 
 /// Creates or opens the mapping `pszName` of size dwSizeHigh:dwSizeLow bytes. `hFile` must be INVALID_HANDLE_VALUE and
 /// `dwProtect` PAGE_READWRITE, with SEC_COMMIT (default) or SEC_RESERVE. GetLastError() is ERROR_ALREADY_EXISTS when
-/// the mapping was there already; it keeps its own size then. A null name makes a private, unnamed one. Null on
+/// the mapping was there already; it keeps its own size then. A null or empty name makes a private one. Null on
 /// failure.
 QEL_API HANDLE CreateFileMappingA(HANDLE hFile, void *pSecurity, DWORD dwProtect, DWORD dwSizeHigh, DWORD dwSizeLow,
                                   const char *pszName);
