@@ -58,11 +58,8 @@ int PQel::EnableBlock(int bEnable, long lBlockSize) {
 
   PQel old;
   old.CopyObject(this);
-  const int bRepeat = old.m_bRepeat;
-  old.m_bRepeat = 0;  // the pixels move as they lie, not as a shifted plane shows them
   m_lBlockSize = lSize;
   if (GenerateImage(&old, old.m_nMemType, bEnable, old.m_bUndo)) return 1;
-  old.m_bRepeat = bRepeat;
   CopyObject(&old);
   return 0;
 }
