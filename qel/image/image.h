@@ -356,6 +356,17 @@ class QEL_API PQel : public CObject {
   unsigned long xGetOffset(long x, long y) const;
   unsigned long xGetBlockOffset(long x, long y) const;
 
+  /// Offset of byte lByte of row y in linear layout.
+  unsigned long xGetRowOffset(long lByte, long y) const {
+    const long lRow = m_pBIH->biHeight < 0 ? y : m_lHeight - 1 - y;
+    return static_cast<unsigned long>(m_lLmmOffset + lRow * m_lLineBytes + lByte);
+  }
+
+  /// Offset of a block, from the table when there is one.
+  long xGetBlockStart(long lIndex) const {
+    return m_plBlockTable != nullptr ? m_plBlockTable[lIndex] : m_lLmmOffset + lIndex * m_lBlockBytes;
+  }
+
   /// Builds the table of block offsets; without it offsets are computed.
   int xBuildBlockTable();
 

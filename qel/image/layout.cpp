@@ -10,16 +10,14 @@
 
 unsigned long PQel::xGetOffset(long x, long y) const {
   if (m_bBlock) return xGetBlockOffset(x, y);
-  const long lRow = m_pBIH->biHeight < 0 ? y : m_lHeight - 1 - y;
-  return static_cast<unsigned long>(m_lLmmOffset + lRow * m_lLineBytes + x * m_pBIH->biBitCount / 8);
+  return xGetRowOffset(x * m_pBIH->biBitCount / 8, y);
 }
 
 unsigned long PQel::xGetBlockOffset(long x, long y) const {
   const long lBits = m_pBIH->biBitCount;
   const long lIndex = y / m_lBlockSize * m_lXBlocks + x / m_lBlockSize;
-  const long lBlock = m_plBlockTable != nullptr ? m_plBlockTable[lIndex] : m_lLmmOffset + lIndex * m_lBlockBytes;
   const long lInBlock = y % m_lBlockSize * (m_lBlockSize * lBits / 8) + x % m_lBlockSize * lBits / 8;
-  return static_cast<unsigned long>(lBlock + lInBlock);
+  return static_cast<unsigned long>(xGetBlockStart(lIndex) + lInBlock);
 }
 
 int PQel::xBuildBlockTable() {

@@ -44,9 +44,7 @@ inline int PQel::xCheckColumn(long x, long y0, long y1, const unsigned char *pBu
 // Movers -------------------------------------------------------------------------------------------------------------
 
 int PQel::xMoveLinearRow(BlockMove pfn, long lByte, long lCount, long y, unsigned char *pBuf) {
-  const long lRow = m_pBIH->biHeight < 0 ? y : m_lHeight - 1 - y;
-  const long lOffset = m_lLmmOffset + lRow * m_lLineBytes + lByte;
-  return (m_pMem->*pfn)(static_cast<unsigned long>(lOffset), static_cast<unsigned long>(lCount), pBuf);
+  return (m_pMem->*pfn)(xGetRowOffset(lByte, y), static_cast<unsigned long>(lCount), pBuf);
 }
 
 int PQel::xMoveBlockRow(BlockMove pfn, long lByte, long lCount, long y, unsigned char *pBuf) {
@@ -57,9 +55,8 @@ int PQel::xMoveBlockRow(BlockMove pfn, long lByte, long lCount, long y, unsigned
   int nResult = 1;
   while (lCount > 0 && nResult) {
     const long lPart = std::min(lRowBytes - lInRow, lCount);
-    const long lBlock = m_plBlockTable != nullptr ? m_plBlockTable[lIndex] : m_lLmmOffset + lIndex * m_lBlockBytes;
-    nResult = (m_pMem->*pfn)(static_cast<unsigned long>(lBlock + lRowStart + lInRow), static_cast<unsigned long>(lPart),
-                             pBuf);
+    const long lOffset = xGetBlockStart(lIndex) + lRowStart + lInRow;
+    nResult = (m_pMem->*pfn)(static_cast<unsigned long>(lOffset), static_cast<unsigned long>(lPart), pBuf);
     pBuf += lPart;
     lCount -= lPart;
     lInRow = 0;
@@ -97,8 +94,8 @@ int PQel::xGetHorLine(long x0, long x1, long y, unsigned char *pBuf) {
   if (lBits == 1) return m_bBlock ? xGetBlockHorLine1(x0, x1, y, pBuf) : xxGetHorLine1(x0, x1, y, pBuf);
   if (lBits == 4) return m_bBlock ? xGetBlockHorLine4(x0, x1, y, pBuf) : xxGetHorLine4(x0, x1, y, pBuf);
   const long lByte = x0 * lBits / 8, lCount = (x1 - x0 + 1) * lBits / 8;
-  return m_bBlock ? xMoveBlockRow(&PMem::GetBlock, lByte, lCount, y, pBuf)
-                  : xMoveLinearRow(&PMem::GetBlock, lByte, lCount, y, pBuf);
+  if (m_bBlock) return xMoveBlockRow(&PMem::GetBlock, lByte, lCount, y, pBuf);
+  return m_pMem->GetBlock(xGetRowOffset(lByte, y), static_cast<unsigned long>(lCount), pBuf);
 }
 
 int PQel::xPutHorLine(long x0, long x1, long y, unsigned char *pBuf) {
@@ -109,8 +106,8 @@ int PQel::xPutHorLine(long x0, long x1, long y, unsigned char *pBuf) {
   if (lBits == 4) return m_bBlock ? xPutBlockHorLine4(x0, x1, y, pBuf) : xxPutHorLine4(x0, x1, y, pBuf);
   InvalidateLine(x0, x1, y);
   const long lByte = x0 * lBits / 8, lCount = (x1 - x0 + 1) * lBits / 8;
-  return m_bBlock ? xMoveBlockRow(&PMem::PutBlock, lByte, lCount, y, pBuf)
-                  : xMoveLinearRow(&PMem::PutBlock, lByte, lCount, y, pBuf);
+  if (m_bBlock) return xMoveBlockRow(&PMem::PutBlock, lByte, lCount, y, pBuf);
+  return m_pMem->PutBlock(xGetRowOffset(lByte, y), static_cast<unsigned long>(lCount), pBuf);
 }
 
 // Column workers -----------------------------------------------------------------------------------------------------
