@@ -6,15 +6,17 @@
 
 #include <cstdint>
 
+#include "qel/image/dib_layout.h"
 #include "qel/image/image.h"
 
 namespace qel::fileio {
 
 constexpr UINT kFileHeaderBytes = 14;
-constexpr UINT kInfoHeaderBytes = 40;
-constexpr UINT kMaskBytes = 12;
-constexpr WORD kDibMagic = 0x4D42;  // "BM"
-constexpr DWORD kMaxColours = 256;
+constexpr UINT kInfoHeaderBytes = image::kHeaderBytes;
+constexpr UINT kMaskBytes = image::kMaskBytes;
+constexpr DWORD kMaxColours = image::kMaxColors;
+constexpr WORD kDibMagic = 0x4D42;                  // "BM"
+constexpr long kBlockEdge = 256;                    // edge of a storage block of an image that was deleted before
 constexpr unsigned long kBufferBytes = 512 * 1024;  // rows moved by one system call: fits the second-level cache
 
 inline WORD LoadWord(const BYTE *p) {
@@ -87,15 +89,11 @@ inline bool IsReadable(const DibInfo &info) {
   return info.nHeaderBytes >= kInfoHeaderBytes && !HasPackedRows(info) && GetColourCount(info) <= kMaxColours;
 }
 
-/// Bytes of a row of `nWidth` pixels, padded to a multiple of 4.
-inline unsigned long GetRowBytes(int nBits, unsigned long nWidth) {
-  return (static_cast<unsigned long>(nBits) * nWidth + 31) / 32 * 4;
-}
-
-/// Rows of a header, whichever of them is stored first.
-inline unsigned long GetRowCount(const DibInfo &info) {
-  const long lHeight = info.lHeight;
-  return static_cast<unsigned long>(lHeight < 0 ? -lHeight : lHeight);
+/// Measures an image of the header's size, without its colour table; false for what is no image.
+inline bool Measure(const DibInfo &info, int nBits, bool bBlock, image::ImageMeasures *pMeasures) {
+  image::ImageShape shape{nBits, info.lWidth, info.lHeight};
+  shape.lBlockSize = bBlock ? kBlockEdge : 0;
+  return image::MeasureImage(shape, pMeasures);
 }
 
 /// The image row that stands at place `k` of a file.

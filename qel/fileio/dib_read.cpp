@@ -1,10 +1,11 @@
 // Reading DIB files: a 14-byte file header, an information header of 40 bytes or more, colour masks, a colour table,
 // rows.
 //
-// The headers are read and judged before the image changes. Rows are read many at a time and stored one by one, so that
-// every row reaches the image's hook. What a file declares is not believed further than the file is long: an image much
-// larger than its file goes into a store that commits pages on touch, and the rows that are not there are left
-// untouched, since such a store reads as 0.
+// The headers are read and judged before the image changes. Rows are read many at a time: straight into a linear store,
+// which keeps them in the file's order, or, in block layout and when a hook listens, into a buffer and stored one by
+// one. What a file declares is not believed further than the file is long: an image much larger than its file goes into
+// a store that commits pages on touch, and the rows that are not there are left untouched, since such a store reads as
+// 0.
 #include <algorithm>
 #include <cstring>
 
@@ -14,8 +15,8 @@
 namespace qel::fileio {
 namespace {
 
-constexpr unsigned long kMissingBytes = 16ul << 20;       // missing rows that are written as zeros in any case
-constexpr unsigned long kMissingGlobalBytes = 1ul << 30;  // the same where only global memory is allowed
+constexpr unsigned long kMissingBytes = 4ul << 20;         // missing rows that are written as zeros in any case
+constexpr unsigned long kMissingGlobalBytes = 64ul << 20;  // the same where only global memory is allowed
 constexpr int kGlobalStore = 1;
 constexpr int kTouchStores = 4 | 8;  // stores that commit pages on touch and read as 0 before
 constexpr int kCommitAll = 0x100;
@@ -82,29 +83,37 @@ struct RowPlan {
   unsigned long nRows;  // whole rows to store, rows that the file lacks as zeros
   unsigned long nTail;  // bytes of one more row that the file cuts short, when the rows behind it stay untouched
   int nMemFlags;        // stores that may be tried
-  bool bLeavesRowsUntouched;
 };
 
-/// Weighs what the headers declare against the bytes that the file holds. False when only global memory is allowed and
-/// the file's own size justifies no such block.
-bool PlanRows(const DibHeaders &dib, std::uint64_t nHeld, int nMemFlags, RowPlan &plan) {
-  plan = {GetRowCount(dib.info), 0, nMemFlags, false};
-  const int nBits = PQel::GetBitCount(dib.nType);
-  if (nBits == 0 || dib.info.lWidth < 1 || dib.info.lHeight == 0) return true;  // CreateImage refuses these
-
-  const unsigned long nRowBytes = GetRowBytes(nBits, static_cast<unsigned long>(dib.info.lWidth));
+/// Weighs what the headers declare against the bytes that the file holds. False when the file's own size does not
+/// justify the only memory that may be had: a global block, or a table of that many blocks.
+bool PlanRows(const DibHeaders &dib, std::uint64_t nHeld, int nMemFlags, bool bBlock, RowPlan &plan) {
+  plan = {0, 0, nMemFlags};
+  image::ImageMeasures measures;
+  if (!Measure(dib.info, PQel::GetBitCount(dib.nType), bBlock, &measures)) return true;  // CreateImage refuses it
+  plan.nRows = static_cast<unsigned long>(measures.lRows);
+  const auto nRowBytes = static_cast<unsigned long>(measures.lLineBytes);
+  const auto nStoreRowBytes =
+      bBlock ? static_cast<unsigned long>(measures.lXBlocks * (measures.lBlockBytes / kBlockEdge)) : nRowBytes;
   const unsigned long nHeldRows = std::min(nHeld / nRowBytes, plan.nRows);
   const auto AreFew = [&](unsigned long nBytes) {
-    return plan.nRows - nHeldRows <= std::max<unsigned long>(nBytes, nHeld) / nRowBytes;
+    return plan.nRows - nHeldRows <= std::max<unsigned long>(nBytes, nHeld) / nStoreRowBytes;
   };
   if (nHeldRows == plan.nRows || AreFew(kMissingBytes)) return true;
   if ((nMemFlags & kTouchStores) == 0) return AreFew(kMissingGlobalBytes);
-  plan = {nHeldRows, nHeld % nRowBytes, nMemFlags & ~(kGlobalStore | kCommitAll), true};
-  return true;
+  plan = {nHeldRows, nHeld % nRowBytes, nMemFlags & ~(kGlobalStore | kCommitAll)};
+  const unsigned long nBlocks = static_cast<unsigned long>(measures.lXBlocks * measures.lYBlocks);
+  return nRowBytes <= std::max<unsigned long>(kMissingGlobalBytes, nHeld) && nBlocks <= kMissingBytes / sizeof(long);
 }
 
-/// Stores the first `nRows` rows of the file, those that it lacks as zeros. False when memory is short.
-bool ReadRows(CFile &file, PQel &image, unsigned long nRows, bool bTopDown) {
+/// Reads `nCount` bytes, those that the file lacks as zeros.
+void ReadPadded(CFile &file, BYTE *pBuf, unsigned long nCount) {
+  const unsigned long nRead = ReadUpTo(file, pBuf, nCount);
+  std::memset(pBuf + nRead, 0, nCount - nRead);
+}
+
+/// Stores the first `nRows` rows of the file one by one. False when memory is short.
+bool ReadRowByRow(CFile &file, PQel &image, unsigned long nRows, bool bTopDown) {
   if (nRows == 0) return true;
   const auto nRowBytes = static_cast<unsigned long>(image.GetLineBytes());
   const auto nImageRows = static_cast<unsigned long>(image.GetImageHeight());
@@ -114,10 +123,21 @@ bool ReadRows(CFile &file, PQel &image, unsigned long nRows, bool bTopDown) {
   if (!pRows) return false;
   for (unsigned long k = 0; k < nRows;) {
     const unsigned long nNow = std::min(nAtOnce, nRows - k);
-    const unsigned long nRead = ReadUpTo(file, pRows, nNow * nRowBytes);
-    std::memset(pRows + nRead, 0, nNow * nRowBytes - nRead);
+    ReadPadded(file, pRows, nNow * nRowBytes);
     for (unsigned long i = 0; i < nNow; ++i, ++k)
       if (!image.PutHorLine(GetRowAt(k, nImageRows, bTopDown), pRows + i * nRowBytes)) return false;
+  }
+  return true;
+}
+
+/// Reads `nCount` bytes of rows straight to the start of a linear store's pixels: the file has them in the same order.
+bool ReadIntoStore(CFile &file, PMem &store, unsigned long nOffset, unsigned long nCount) {
+  for (unsigned long nDone = 0; nDone < nCount;) {
+    const unsigned long nNow = std::min(kBufferBytes, nCount - nDone);
+    BYTE *pBytes = store.CommitMemory(nOffset + nDone, nNow);
+    if (!pBytes) return false;
+    ReadPadded(file, pBytes, nNow);
+    nDone += nNow;
   }
   return true;
 }
@@ -134,13 +154,11 @@ bool ReadCutRow(CFile &file, PQel &image, long y, unsigned long nTail) {
   return image.PutHorLine(0, static_cast<long>(nPixels) - 1, y, pRow) != 0;
 }
 
-bool ReadPixels(CFile &file, PQel &image, const RowPlan &plan, bool bTopDown) {
-  if (!ReadRows(file, image, plan.nRows, bTopDown)) return false;
-  if (!plan.bLeavesRowsUntouched) return true;
+bool ReadThroughRows(CFile &file, PQel &image, const RowPlan &plan, bool bTopDown) {
+  if (!ReadRowByRow(file, image, plan.nRows, bTopDown)) return false;
+  if (plan.nTail == 0) return true;
   const auto nImageRows = static_cast<unsigned long>(image.GetImageHeight());
-  if (plan.nTail != 0 && !ReadCutRow(file, image, GetRowAt(plan.nRows, nImageRows, bTopDown), plan.nTail)) return false;
-  image.InvalidateRect(nullptr);
-  return true;
+  return ReadCutRow(file, image, GetRowAt(plan.nRows, nImageRows, bTopDown), plan.nTail);
 }
 
 // Names --------------------------------------------------------------------------------------------------------------
@@ -162,7 +180,7 @@ int PQel::ReadDIBFile(CFile &file, int nMemFlags, int bBlock, int bUndo) {
   const std::uint64_t nRowsAt = nStart + dib.nRowsOffset;
   const std::uint64_t nLength = file.GetLength();
   RowPlan plan;
-  if (!PlanRows(dib, nLength > nRowsAt ? nLength - nRowsAt : 0, nMemFlags, plan)) return 0;
+  if (!PlanRows(dib, nLength > nRowsAt ? nLength - nRowsAt : 0, nMemFlags, bBlock != 0, plan)) return 0;
 
   DeleteImage(1);
   const DibInfo &info = dib.info;
@@ -170,10 +188,15 @@ int PQel::ReadDIBFile(CFile &file, int nMemFlags, int bBlock, int bUndo) {
                    info.nDpmY, plan.nMemFlags, bBlock, 0))
     return 0;
   file.Seek(static_cast<LONGLONG>(nRowsAt), CFile::begin);
-  if (!ReadPixels(file, *this, plan, info.lHeight < 0)) {
+  const auto nRowBytes = static_cast<unsigned long>(m_lLineBytes);
+  const bool bSeesRows = m_pfnHook || m_bBlock;
+  if (bSeesRows ? !ReadThroughRows(file, *this, plan, info.lHeight < 0)
+                : !ReadIntoStore(file, *m_pMem, static_cast<unsigned long>(m_lLmmOffset),
+                                 plan.nRows * nRowBytes + plan.nTail)) {
     DeleteImage(1);
     return 0;
   }
+  InvalidateRect(nullptr);
   EnableUndo(bUndo);
   return 1;
 }

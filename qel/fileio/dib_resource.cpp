@@ -13,11 +13,11 @@ namespace {
 bool IsWholePackedDib(const BYTE *pDib, unsigned long nBytes) {
   if (nBytes < kInfoHeaderBytes) return false;
   const DibInfo info = ParseInfoHeader(pDib);
-  if (!IsReadable(info) || info.lWidth < 1 || info.lHeight == 0) return false;
+  image::ImageMeasures measures;
+  if (!IsReadable(info) || !Measure(info, info.nBitCount, false, &measures)) return false;
   const unsigned long nRowsAt =
       info.nHeaderBytes + (HasMasks(info) ? kMaskBytes : 0ul) + GetColourCount(info) * sizeof(RGBQUAD);
-  const unsigned long nRowBytes = GetRowBytes(info.nBitCount, static_cast<unsigned long>(info.lWidth));
-  return nRowsAt <= nBytes && nRowBytes != 0 && GetRowCount(info) <= (nBytes - nRowsAt) / nRowBytes;
+  return nRowsAt <= nBytes && static_cast<unsigned long>(measures.lLinearBytes) <= nBytes - nRowsAt;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Writing DIB files: the file header, the image's own information block as it stands, then the rows in stored order.
 //
-// Rows are fetched one by one, so that the image's hook hears of each, and written many at a time.
+// Rows are written many at a time: straight from a linear store, or, in block layout and when a hook listens, fetched
+// one by one into a buffer.
 #include <algorithm>
 
 #include "qel/fileio/dib_format.h"
@@ -27,6 +28,29 @@ void WriteFileHeader(CFile &file, DWORD nInfoBytes, DWORD nImageBytes) {
   file.Write(bytes, kFileHeaderBytes);
 }
 
+int WriteThroughRows(CFile &file, PQel &image, BYTE *pRows, unsigned long nAtOnce, bool bTopDown) {
+  const auto nRowBytes = static_cast<unsigned long>(image.GetLineBytes());
+  const auto nRows = static_cast<unsigned long>(image.GetImageHeight());
+  for (unsigned long k = 0; k < nRows;) {
+    const unsigned long nNow = std::min(nAtOnce, nRows - k);
+    for (unsigned long i = 0; i < nNow; ++i, ++k)
+      if (!image.GetHorLine(GetRowAt(k, nRows, bTopDown), pRows + i * nRowBytes)) return 0;
+    WriteWhole(file, pRows, nNow * nRowBytes);
+  }
+  return 1;
+}
+
+int WriteFromStore(CFile &file, PMem &store, unsigned long nOffset, unsigned long nCount) {
+  for (unsigned long nDone = 0; nDone < nCount;) {
+    const unsigned long nNow = std::min(kBufferBytes, nCount - nDone);
+    const BYTE *pBytes = store.CommitMemory(nOffset + nDone, nNow);
+    if (!pBytes) return 0;
+    WriteWhole(file, pBytes, nNow);
+    nDone += nNow;
+  }
+  return 1;
+}
+
 }  // namespace
 }  // namespace qel::fileio
 
@@ -35,23 +59,17 @@ using namespace qel::fileio;
 int PQel::WriteDIBFile(CFile &file) {
   const auto nInfoBytes = static_cast<unsigned long>(m_lLmmOffset);
   if (IsEmpty() || nInfoBytes > m_memBI.GetSize()) return 0;
-  const auto nRowBytes = static_cast<unsigned long>(m_lLineBytes);
   const auto nRows = static_cast<unsigned long>(m_lHeight);
+  const auto nRowBytes = static_cast<unsigned long>(m_lLineBytes);
+  const bool bSeesRows = m_pfnHook || m_bBlock;
   const unsigned long nAtOnce = GetRowsAtOnce(nRowBytes, nRows);
-  PMem buffer;
-  BYTE *pRows = buffer.AllocMemory(GHND, nAtOnce * nRowBytes);  // cleared: block layout leaves the rows' padding alone
-  if (!pRows) return 0;
+  PMem buffer;  // cleared: block layout leaves the rows' padding alone
+  if (bSeesRows && !buffer.AllocMemory(GHND, nAtOnce * nRowBytes)) return 0;
 
   WriteFileHeader(file, static_cast<DWORD>(nInfoBytes), m_pBIH->biSizeImage);
   WriteWhole(file, reinterpret_cast<const BYTE *>(m_pBIH), nInfoBytes);
-  const bool bTopDown = m_pBIH->biHeight < 0;
-  for (unsigned long k = 0; k < nRows;) {
-    const unsigned long nNow = std::min(nAtOnce, nRows - k);
-    for (unsigned long i = 0; i < nNow; ++i, ++k)
-      if (!GetHorLine(GetRowAt(k, nRows, bTopDown), pRows + i * nRowBytes)) return 0;
-    WriteWhole(file, pRows, nNow * nRowBytes);
-  }
-  return 1;
+  return bSeesRows ? WriteThroughRows(file, *this, buffer.GetPointer(), nAtOnce, m_pBIH->biHeight < 0)
+                   : WriteFromStore(file, *m_pMem, nInfoBytes, nRows * nRowBytes);
 }
 
 int PQel::SaveDIB(const char *pszName, int bAppendExtension) {
