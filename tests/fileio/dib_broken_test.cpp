@@ -207,15 +207,16 @@ TEST(BrokenDib, LargeImageOfASmallFileIsSparse) {
   ScratchFolder folder;
   for (std::int32_t height : {100000, -100000}) {
     DibFile dib = RandomDib(24, 100000, 1, random);
-    dib.rows.resize(300000 + 1000);  // one row and a third of a pixel beyond 333 more
+    dib.rows.resize(300000 + 1000);  // one row, 333 pixels and a third of one
     dib.height = height;
     const auto second = RandomBytes(1000, random);
     std::copy(second.begin(), second.end(), dib.rows.begin() + 300000);
     SaveBytes(folder / "a.bmp", dib.Build());
-    for (int memFlags : {15, 4, 0x104}) {
+    for (const auto &[memFlags, block] : {std::pair{15, 0}, {4, 1}, {0x104, 0}, {15, 1}}) {
+      SCOPED_TRACE(testing::Message() << "flags " << memFlags << " block " << block);
       PQel image;
       ExpectCheap([&] {
-        ASSERT_EQ(ReadDib(image, folder / "a.bmp", memFlags), 1);
+        ASSERT_EQ(ReadDib(image, folder / "a.bmp", memFlags, block), 1);
         EXPECT_EQ(image.GetMemType(), 4);
         const auto RowAt = [&](long k) { return height < 0 ? k : 99999 - k; };
         EXPECT_TRUE(RowOf(image, RowAt(0)) == Bytes(dib.rows.begin(), dib.rows.begin() + 300000));
