@@ -86,7 +86,8 @@ struct RowPlan {
 };
 
 /// Weighs what the headers declare against the bytes that the file holds. False when the file's own size does not
-/// justify the only memory that may be had: a global block, or a table of that many blocks.
+/// justify the global memory that the image would take: its store when no other may be had, its scratch row, its block
+/// table.
 bool PlanRows(const DibHeaders &dib, std::uint64_t nHeld, int nMemFlags, bool bBlock, RowPlan &plan) {
   plan = {0, 0, nMemFlags};
   image::ImageMeasures measures;

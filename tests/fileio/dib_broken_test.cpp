@@ -191,10 +191,10 @@ TEST(BrokenDib, HugeDeclarationsCostNothing) {
           ExpectCheap([&] {
             const int result = ReadDib(image, folder / "a.bmp", memFlags, block);
             EXPECT_EQ(result, image.IsEmpty() ? 0 : 1);
-            EXPECT_TRUE(image.IsEmpty() || width != kMost);
+            EXPECT_TRUE(image.IsEmpty() || dib.width != kMost);
             if (result == 0) return;
-            EXPECT_EQ(image.GetImageWidth(), width);
-            EXPECT_EQ(image.GetImageHeight(), std::abs(static_cast<long>(height)));
+            EXPECT_EQ(image.GetImageWidth(), dib.width);
+            EXPECT_EQ(image.GetImageHeight(), std::abs(static_cast<long>(dib.height)));
           });
         }
       }
@@ -212,11 +212,11 @@ TEST(BrokenDib, LargeImageOfASmallFileIsSparse) {
     const auto second = RandomBytes(1000, random);
     std::copy(second.begin(), second.end(), dib.rows.begin() + 300000);
     SaveBytes(folder / "a.bmp", dib.Build());
-    for (const auto &[memFlags, block] : {std::pair{15, 0}, {4, 1}, {0x104, 0}, {15, 1}}) {
-      SCOPED_TRACE(testing::Message() << "flags " << memFlags << " block " << block);
+    for (const Keeping &way : {Keeping{15, 0, false}, {4, 1, false}, {0x104, 0, false}, {15, 1, false}}) {
+      SCOPED_TRACE(testing::Message() << "flags " << way.memFlags << " block " << way.block);
       PQel image;
       ExpectCheap([&] {
-        ASSERT_EQ(ReadDib(image, folder / "a.bmp", memFlags, block), 1);
+        ASSERT_EQ(ReadDib(image, folder / "a.bmp", way.memFlags, way.block), 1);
         EXPECT_EQ(image.GetMemType(), 4);
         const auto RowAt = [&](long k) { return height < 0 ? k : 99999 - k; };
         EXPECT_TRUE(RowOf(image, RowAt(0)) == Bytes(dib.rows.begin(), dib.rows.begin() + 300000));
