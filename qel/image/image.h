@@ -206,7 +206,8 @@ class QEL_API PQel : public CObject {
   long GetHorLineSize(long x0, long x1);
 
   /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8; 0:
-  /// as set). The pixels are rebuilt; a failure keeps the image as it was.
+  /// as set). The pixels are rebuilt; a failure keeps the image as it was. An empty image gives 0, but the next one that
+  /// is created here takes the size.
   int EnableBlock(int bEnable, long lBlockSize);
 
   /// The rectangle of changed pixels: grow it (null: the whole image), empty it, read it.

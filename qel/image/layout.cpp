@@ -52,7 +52,10 @@ int PQel::EnableBlock(int bEnable, long lBlockSize) {
   if (lSize < 0 || lSize > std::numeric_limits<long>::max() - 7) return 0;
   lSize = (lSize + 7) / 8 * 8;
   if ((bEnable != 0) == (m_bBlock != 0) && lSize == m_lBlockSize) return 1;
-  if (IsEmpty()) return 0;
+  if (IsEmpty()) {
+    m_lBlockSize = lSize;  // there is nothing to rebuild, but the next image takes the size
+    return 0;
+  }
 
   PQel old;
   old.CopyObject(this);

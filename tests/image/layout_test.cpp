@@ -93,7 +93,9 @@ TEST(EnableBlock, SizesAreRoundedUpAndRemembered) {
   test::Probe empty;
   EXPECT_EQ(empty.EnableBlock(0, 256), 1);
   EXPECT_EQ(empty.EnableBlock(1, 64), 0);
-  EXPECT_EQ(empty.m_lBlockSize, 256);
+  ASSERT_EQ(empty.CreateImage(3, 100, 70, 0, nullptr, 0, 0, 1, 1, 0), 1);
+  EXPECT_EQ(empty.m_lBlockSize, 64);
+  EXPECT_EQ(empty.m_lXBlocks, 2);
 }
 
 TEST(EnableBlock, TakesUndoAlongAndStartsOtherStatesAnew) {
