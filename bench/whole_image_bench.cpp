@@ -53,14 +53,14 @@ bench::Works Inversion(int nType) {
 bench::Works FirstWrite() {
   const auto image = Image(5, 1);
   image->EnableUndo(1);
-  const long lBytes = kWidth * kHeight / kPage * kPage;
+  constexpr long lBytes = kWidth * kHeight / kPage * kPage;
   const auto source = std::make_shared<std::vector<unsigned char>>(static_cast<std::size_t>(lBytes), 3);
   const auto engine = [image] {
     image->ClearUndo();
     unsigned char pixel = 9;
     for (long y = 0; y < kHeight; ++y) image->PutHorLine(7, 7, y, &pixel);  // a row is a page long
   };
-  const auto yardstick = [source, lBytes] {
+  const auto yardstick = [source] {
     void *const p = mmap(nullptr, static_cast<std::size_t>(lBytes), PROT_READ | PROT_WRITE,
                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     madvise(p, static_cast<std::size_t>(lBytes), MADV_NOHUGEPAGE);
