@@ -148,7 +148,7 @@ bool ReversePixels(unsigned char *dst, const unsigned char *src, long n, int bit
     case 16:
       return ReverseUnits<2>(dst, src, n), true;
     case 24:
-      return ReverseUnits<3>(dst, src, n), true;
+      return Reverse24(dst, src, n), true;
     case 32:
       return ReverseUnits<4>(dst, src, n), true;
     case 48:

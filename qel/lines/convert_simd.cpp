@@ -136,15 +136,54 @@ void GrayTo24(unsigned char *dst, const unsigned char *src, long n) {
   plain::GrayTo24(dst + 3 * i, src + i, n - i);
 }
 
-/// Five pixels a step, from the end of the source; each store reaches a byte further, where the next one follows.
+// Reversals walk up the source and down the destination: reading in the direction in which the processor fetches ahead
+// is worth more than writing in it.
+
+/// Three blocks with 16 pixels in each of their lanes of 16 bytes, turned round lane by lane.
+template <class D, class V>
+void Turn24(D d, V s0, V s1, V s2, V &t0, V &t1, V &t2) {
+  alignas(16) static constexpr std::uint8_t kTurn[7][16] = {
+      {13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, kNone},
+      {kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, 14},
+      {kNone, 0, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone},
+      {15, kNone, 11, 12, 13, 8, 9, 10, 5, 6, 7, 2, 3, 4, kNone, 0},
+      {kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, 15, kNone},
+      {1, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone},
+      {kNone, 12, 13, 14, 9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2}};
+  const auto turned = [d](V v, int k) { return hn::TableLookupBytesOr0(v, hn::LoadDup128(d, kTurn[k])); };
+  t0 = hn::Or(turned(s2, 0), turned(s1, 1));
+  t1 = hn::Or(hn::Or(turned(s2, 2), turned(s1, 3)), turned(s0, 4));
+  t2 = hn::Or(turned(s1, 5), turned(s0, 6));
+}
+
 void Reverse24(unsigned char *dst, const unsigned char *src, long n) {
-  const Block d;
-  alignas(16) static constexpr std::uint8_t kTurn[16] = {13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, kNone};
-  const auto turn = hn::Load(d, kTurn);
   long i = 0;
-  for (; i + 6 <= n; i += 5)
-    hn::StoreU(hn::TableLookupBytesOr0(hn::LoadU(d, src + 3 * (n - i) - 16), turn), d, dst + 3 * i);
-  plain::Reverse24(dst + 3 * i, src, n - i);
+#if HWY_TARGET <= HWY_AVX2
+  const hn::FixedTag<std::uint8_t, 32> d32;
+  const auto load = [d32](const unsigned char *p) {  // the lanes of two runs of 16 pixels, the later one first
+    return hn::Combine(d32, hn::LoadU(Block(), p), hn::LoadU(Block(), p + 48));
+  };
+  for (; i + 32 <= n; i += 32) {
+    const unsigned char *const from = src + 3 * i;
+    unsigned char *const to = dst + 3 * (n - i) - 96;
+    auto t0 = hn::Zero(d32), t1 = t0, t2 = t0;
+    Turn24(d32, load(from), load(from + 16), load(from + 32), t0, t1, t2);
+    hn::StoreU(hn::ConcatLowerLower(d32, t1, t0), d32, to);
+    hn::StoreU(hn::ConcatUpperLower(d32, t0, t2), d32, to + 32);
+    hn::StoreU(hn::ConcatUpperUpper(d32, t2, t1), d32, to + 64);
+  }
+#endif
+  const Block d;
+  for (; i + 16 <= n; i += 16) {
+    const unsigned char *const from = src + 3 * i;
+    unsigned char *const to = dst + 3 * (n - i) - 48;
+    auto t0 = hn::Zero(d), t1 = t0, t2 = t0;
+    Turn24(d, hn::LoadU(d, from), hn::LoadU(d, from + 16), hn::LoadU(d, from + 32), t0, t1, t2);
+    hn::StoreU(t0, d, to);
+    hn::StoreU(t1, d, to + 16);
+    hn::StoreU(t2, d, to + 32);
+  }
+  plain::Reverse24(dst, src + 3 * i, n - i);
 }
 
 void Reverse8(unsigned char *dst, const unsigned char *src, long n) {
@@ -152,8 +191,8 @@ void Reverse8(unsigned char *dst, const unsigned char *src, long n) {
   alignas(16) static constexpr std::uint8_t kTurn[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
   const auto turn = hn::Load(d, kTurn);
   long i = 0;
-  for (; i + 16 <= n; i += 16) hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, src + (n - i) - 16), turn), d, dst + i);
-  plain::Reverse8(dst + i, src, n - i);
+  for (; i + 16 <= n; i += 16) hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, src + i), turn), d, dst + (n - i) - 16);
+  plain::Reverse8(dst, src + i, n - i);
 }
 
 // High colour --------------------------------------------------------------------------------------------------------
