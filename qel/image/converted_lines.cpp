@@ -2,18 +2,15 @@
 // to left. Each operation moves one packed line through the plain line access and hands the pixels to a line function,
 // so layout, repeat mode, hook and undo behave as there. Rows, columns and the undo image share one body: they differ
 // only in the line operation that moves the packed pixels.
+//
+// A span that the line operation refuses is refused before a work line is made or the caller's line is read. One that
+// moves nothing (a row outside the image, a reversed span) goes to the line operation alone and leaves the caller's
+// line as it is.
 
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
 
 namespace {
-
-/// Pixels from `first` to `last`; below 1 for a reversed span, 0 also for one that no buffer can hold.
-long CountOf(long first, long last) {
-  long n = 0;
-  if (__builtin_sub_overflow(last, first, &n) || n > (1L << 56)) return 0;
-  return n + 1;
-}
 
 /// A work line for n packed pixels of `bits` each; null when memory is short.
 unsigned char *AllocLine(PMem &line, int bits, long n) {
@@ -30,9 +27,10 @@ int PQel::xReadGray(LineOperation pfnRead, const LineSpan &span, unsigned char *
                     bool bWhiteFirst) {
   if (IsEmpty() || pDst == nullptr) return 0;
   const int nBits = m_pBIH->biBitCount;
-  const long n = CountOf(span.First(), span.Last());
   if (nBits != 1 && nBits != 4 && nBits != 8) return 0;
-  if (nBits == 8 || n < 1) {
+  const long n = xPixelsToMove(span);
+  if (n < 0) return 0;
+  if (nBits == 8 || n == 0) {
     if (!(this->*pfnRead)(span.a, span.b, span.c, pDst)) return 0;
   } else {
     PMem line;
@@ -43,7 +41,7 @@ int PQel::xReadGray(LineOperation pfnRead, const LineSpan &span, unsigned char *
     else
       qel::lines::NibblesToGray(pDst, line.GetPointer(), n);
   }
-  if (pMap != nullptr && n > 0) qel::lines::MapBytes(pDst, n, pMap);
+  if (pMap != nullptr) qel::lines::MapBytes(pDst, n, pMap);
   return 1;
 }
 
@@ -65,8 +63,9 @@ int PQel::GetGrayVerLine(long x, long y0, long y1, unsigned char *pDst, unsigned
 int PQel::xWriteGray(LineOperation pfnWrite, const LineSpan &span, unsigned char *pSrc) {
   if (IsEmpty() || pSrc == nullptr) return 0;
   if (m_nImageType != 0 && m_nImageType != 4 && m_nImageType != 5) return 0;
-  const long n = CountOf(span.First(), span.Last());
-  if (m_nImageType == 5 || n < 1) return (this->*pfnWrite)(span.a, span.b, span.c, pSrc);
+  const long n = xPixelsToMove(span);
+  if (n < 0) return 0;
+  if (m_nImageType == 5 || n == 0) return (this->*pfnWrite)(span.a, span.b, span.c, pSrc);
   PMem line;
   if (!AllocLine(line, m_pBIH->biBitCount, n)) return 0;
   if (m_nImageType == 0)
@@ -113,8 +112,9 @@ void PQel::xConvertTo24(unsigned char *pDst, const unsigned char *pSrc, long n) 
 
 int PQel::xRead24(LineOperation pfnRead, const LineSpan &span, unsigned char *pDst, unsigned char *pMap) {
   if (IsEmpty() || pDst == nullptr || m_nImageType < 0 || m_nImageType > 9) return 0;
-  const long n = CountOf(span.First(), span.Last());
-  if (m_nImageType == 1 || n < 1) {
+  const long n = xPixelsToMove(span);
+  if (n < 0) return 0;
+  if (m_nImageType == 1 || n == 0) {
     if (!(this->*pfnRead)(span.a, span.b, span.c, pDst)) return 0;
   } else {
     PMem line;
@@ -122,7 +122,7 @@ int PQel::xRead24(LineOperation pfnRead, const LineSpan &span, unsigned char *pD
     if (!(this->*pfnRead)(span.a, span.b, span.c, line.GetPointer())) return 0;
     xConvertTo24(pDst, line.GetPointer(), n);
   }
-  if (pMap != nullptr && n > 0) qel::lines::Map24(pDst, n, pMap);
+  if (pMap != nullptr) qel::lines::Map24(pDst, n, pMap);
   return 1;
 }
 
@@ -166,8 +166,9 @@ int PQel::xWrite24(LineOperation pfnWrite, const LineSpan &span, unsigned char *
   if (IsEmpty() || pSrc == nullptr) return 0;
   const LineConversion convert = ConversionFrom24(m_nImageType);
   if (m_nImageType != 1 && convert == nullptr) return 0;
-  const long n = CountOf(span.First(), span.Last());
-  if (m_nImageType == 1 || n < 1) return (this->*pfnWrite)(span.a, span.b, span.c, pSrc);
+  const long n = xPixelsToMove(span);
+  if (n < 0) return 0;
+  if (m_nImageType == 1 || n == 0) return (this->*pfnWrite)(span.a, span.b, span.c, pSrc);
   PMem line;
   if (!AllocLine(line, m_pBIH->biBitCount, n)) return 0;
   convert(line.GetPointer(), pSrc, n);
@@ -187,9 +188,11 @@ int PQel::Put24bitVerLine(long x, long y0, long y1, unsigned char *pSrc) {
 int PQel::GetRevHorLine(long x0, long x1, long y, unsigned char *pDst, unsigned char *pTmp) {
   if (IsEmpty() || pDst == nullptr) return 0;
   const int nBits = m_pBIH->biBitCount;
-  const long n = CountOf(x0, x1);
+  const long n = xPixelsToMove({x0, x1, y, false});
+  if (n < 0) return 0;
+  if (n == 0) return GetHorLine(x0, x1, y, pDst);
   PMem line;
-  if (n >= 1 && pTmp == nullptr) pTmp = AllocLine(line, nBits, n);
+  if (pTmp == nullptr) pTmp = AllocLine(line, nBits, n);
   if (pTmp == nullptr || !GetHorLine(x0, x1, y, pTmp)) return 0;
   return qel::lines::ReversePixels(pDst, pTmp, n, nBits);
 }

@@ -353,6 +353,16 @@ class QEL_API PQel : public CObject {
 
   using LineOperation = int (PQel::*)(long, long, long, unsigned char *);
 
+  /// The arguments of a line operation: a span of a row (x0, x1, y) or of a column (x, y0, y1).
+  struct LineSpan {
+    long a;
+    long b;
+    long c;
+    bool vertical;
+    long First() const { return vertical ? b : a; }
+    long Last() const { return vertical ? c : b; }
+  };
+
   /// Offset of the byte of a pixel in the store, in the layout at hand and in block layout.
   unsigned long xGetOffset(long x, long y) const;
   unsigned long xGetBlockOffset(long x, long y) const;
@@ -374,6 +384,10 @@ class QEL_API PQel : public CObject {
   /// What becomes of a span: 0 it is refused, 1 there is nothing to move, 2 it lies in the image and is moved.
   int xCheckRow(long x0, long x1, long y, const unsigned char *pBuf) const;
   int xCheckColumn(long x, long y0, long y1, const unsigned char *pBuf) const;
+
+  /// Pixels that a line operation on a span moves, repeat mode included: 0 when there is nothing to move, -1 when the
+  /// span is refused.
+  long xPixelsToMove(const LineSpan &span) const;
 
   // Movers of bytes lByte to lByte + lCount - 1 of a stored row, and of lCount units of lUnit bytes down a column.
   using BlockMove = int (PMem::*)(unsigned long, unsigned long, unsigned char *);
@@ -416,16 +430,6 @@ class QEL_API PQel : public CObject {
 
   // Converted lines --------------------------------------------------------------------------------------------------
 
-  /// The arguments of a line operation: a span of a row (x0, x1, y) or of a column (x, y0, y1).
-  struct LineSpan {
-    long a;
-    long b;
-    long c;
-    bool vertical;
-    long First() const { return vertical ? b : a; }
-    long Last() const { return vertical ? c : b; }
-  };
-
   bool xIsWhiteFirst() const;
   int xReadGray(LineOperation pfnRead, const LineSpan &span, unsigned char *pDst, unsigned char *pMap,
                 bool bWhiteFirst);
@@ -450,16 +454,16 @@ class QEL_API PQel : public CObject {
 
   struct WarpedLine;  // a plane line being walked
   struct WarpedRun;   // a piece of it inside the image
-  using RunMover = int (PQel::*)(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
   bool xCanWarp() const;
-  int xPlain(LineOperation pfn, long a, long b, long c, unsigned char *pBuf);
+  int xPlain(LineOperation pfn, const LineSpan &span, unsigned char *pBuf);
+  int xWarp(LineOperation pfnPlain, const LineSpan &span, unsigned char *pBuf, bool bWrite);
 
   /// The image's pixel that a plane pixel shows.
   void xMapRepeat(long x, long y, long *pX, long *pY) const;
   WarpedRun xNextRun(const WarpedLine &line) const;
   int xReadRun(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
   int xWriteRun(bool bVertical, const WarpedRun &run, unsigned char *pBuf);
-  int xMoveWarped(WarpedLine line, unsigned char *pBuf, RunMover pfnMove);
+  int xMoveWarped(WarpedLine line, unsigned char *pBuf, bool bWrite);
   int xReadWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf);
   int xWriteWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf);
   int xGetWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf);

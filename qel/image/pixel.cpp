@@ -94,7 +94,11 @@ int PQel::SetPixel(long x, long y, long long color) {
   const long lPlaneX = x, lPlaneY = y;
   if (!xFindPixel(&x, &y)) return 0;
   unsigned char *const pBytes = reinterpret_cast<unsigned char *>(&color);
-  if (m_pfnHook) m_pfnHook(this, 4, lPlaneX, lPlaneY, lPlaneX, lPlaneY, pBytes);
+  if (m_pfnHook) {
+    m_pfnHook(this, 4, lPlaneX, lPlaneY, lPlaneX, lPlaneY, pBytes);
+    x = lPlaneX, y = lPlaneY;
+    if (!xFindPixel(&x, &y)) return 0;  // the hook may have changed the image
+  }
   InvalidateLine(x, x, y);
   const unsigned long dwOffset = xGetOffset(x, y);
   switch (m_pBIH->biBitCount) {
@@ -159,6 +163,7 @@ unsigned long PQel::GetPixelBGR(long x, long y) {
   const unsigned long dwBits = m_pBIH->biBitCount;
   long long llDeep = 0;
   const unsigned long v = GetPixel(x, y, &llDeep);
+  if (IsEmpty()) return 0;  // the hook may have deleted the image
   if (dwBits <= kTableDepth) {
     const RGBQUAD &entry = m_pRGBQuad[v];
     return static_cast<unsigned long>(entry.rgbRed) << 16 | static_cast<unsigned long>(entry.rgbGreen) << 8 |

@@ -31,11 +31,13 @@ long Displaced(long position, long steps, long step, long size) {
   return PositiveRemainder(PositiveRemainder(position, size) - shift, size);
 }
 
-/// Pixels from `first` to `last`; -1 when there are more than a count can hold.
+constexpr long kMostPixels = 1L << 56;  // more than any buffer holds; their bits can still be counted
+
+/// Pixels from `first` to `last`; -1 when there are more than a buffer can hold.
 long SpanLength(long first, long last) {
   long n = 0;
   if (last < first) return 0;
-  return __builtin_sub_overflow(last, first, &n) || __builtin_add_overflow(n, 1L, &n) ? -1 : n;
+  return __builtin_sub_overflow(last, first, &n) || n >= kMostPixels ? -1 : n + 1;
 }
 
 unsigned char KeepTop(unsigned char top, unsigned char rest, long bits) {
@@ -74,6 +76,18 @@ struct PQel::WarpedLine {
   long across;  // the fixed coordinate
   long along;   // the current one
   long left;    // pixels still to do
+
+  explicit WarpedLine(const LineSpan &span)
+      : vertical(span.vertical),
+        across(vertical ? span.a : span.c),
+        along(span.First()),
+        left(SpanLength(span.First(), span.Last())) {}
+
+  /// Steps over pixels that are done. Behind the last one there may be no coordinate any more.
+  void Advance(long pixels) {
+    left -= pixels;
+    if (left > 0) along += pixels;
+  }
 };
 
 /// Pixels (x, y) and the count - 1 behind it, to the right or below.
@@ -110,14 +124,14 @@ int PQel::xWriteRun(bool bVertical, const WarpedRun &run, unsigned char *pBuf) {
 
 // Whole bytes --------------------------------------------------------------------------------------------------------
 
-int PQel::xMoveWarped(WarpedLine line, unsigned char *pBuf, RunMover pfnMove) {
+int PQel::xMoveWarped(WarpedLine line, unsigned char *pBuf, bool bWrite) {
   const long lPixelBytes = m_pBIH->biBitCount / 8;
+  const auto pfnMove = bWrite ? &PQel::xWriteRun : &PQel::xReadRun;
   while (line.left > 0) {
     const WarpedRun run = xNextRun(line);
     if (!(this->*pfnMove)(line.vertical, run, pBuf)) return 0;
     pBuf += run.count * lPixelBytes;
-    line.along += run.count;
-    line.left -= run.count;
+    line.Advance(run.count);
   }
   return 1;
 }
@@ -125,6 +139,7 @@ int PQel::xMoveWarped(WarpedLine line, unsigned char *pBuf, RunMover pfnMove) {
 // Parts of bytes -----------------------------------------------------------------------------------------------------
 
 int PQel::xReadWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf) {
+  if (line.left < 0) return 0;
   PMem work;
   long lOffset = 0;  // bit of *pBuf where the run starts
   while (line.left > 0) {
@@ -144,13 +159,13 @@ int PQel::xReadWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf) {
     pBuf += lTotal / 8;
     lOffset = lTotal % 8;
     if (lOffset != 0) *pLast = KeepTop(*pLast, byLast, lOffset);
-    line.along += run.count;
-    line.left -= run.count;
+    line.Advance(run.count);
   }
   return 1;
 }
 
 int PQel::xWriteWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf) {
+  if (line.left < 0) return 0;
   PMem work;
   long lOffset = 0;
   while (line.left > 0) {
@@ -167,42 +182,41 @@ int PQel::xWriteWarpedBits(WarpedLine line, long lBits, unsigned char *pBuf) {
     if (!xWriteRun(line.vertical, run, pRun)) return 0;
     pBuf += (lOffset + lRunBits) / 8;
     lOffset = (lOffset + lRunBits) % 8;
-    line.along += run.count;
-    line.left -= run.count;
+    line.Advance(run.count);
   }
   return 1;
 }
 
 int PQel::xGetWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf) {
-  return xReadWarpedBits({false, y, x1, SpanLength(x1, x2)}, 1, pBuf);
+  return xReadWarpedBits(WarpedLine({x1, x2, y, false}), 1, pBuf);
 }
 
 int PQel::xGetWarpedHorLine4(long x1, long x2, long y, unsigned char *pBuf) {
-  return xReadWarpedBits({false, y, x1, SpanLength(x1, x2)}, 4, pBuf);
+  return xReadWarpedBits(WarpedLine({x1, x2, y, false}), 4, pBuf);
 }
 
 int PQel::xPutWarpedHorLine1(long x1, long x2, long y, unsigned char *pBuf) {
-  return xWriteWarpedBits({false, y, x1, SpanLength(x1, x2)}, 1, pBuf);
+  return xWriteWarpedBits(WarpedLine({x1, x2, y, false}), 1, pBuf);
 }
 
 int PQel::xPutWarpedHorLine4(long x1, long x2, long y, unsigned char *pBuf) {
-  return xWriteWarpedBits({false, y, x1, SpanLength(x1, x2)}, 4, pBuf);
+  return xWriteWarpedBits(WarpedLine({x1, x2, y, false}), 4, pBuf);
 }
 
 int PQel::xGetWarpedVerLine1(long x, long y1, long y2, unsigned char *pBuf) {
-  return xReadWarpedBits({true, x, y1, SpanLength(y1, y2)}, 1, pBuf);
+  return xReadWarpedBits(WarpedLine({x, y1, y2, true}), 1, pBuf);
 }
 
 int PQel::xGetWarpedVerLine4(long x, long y1, long y2, unsigned char *pBuf) {
-  return xReadWarpedBits({true, x, y1, SpanLength(y1, y2)}, 4, pBuf);
+  return xReadWarpedBits(WarpedLine({x, y1, y2, true}), 4, pBuf);
 }
 
 int PQel::xPutWarpedVerLine1(long x, long y1, long y2, unsigned char *pBuf) {
-  return xWriteWarpedBits({true, x, y1, SpanLength(y1, y2)}, 1, pBuf);
+  return xWriteWarpedBits(WarpedLine({x, y1, y2, true}), 1, pBuf);
 }
 
 int PQel::xPutWarpedVerLine4(long x, long y1, long y2, unsigned char *pBuf) {
-  return xWriteWarpedBits({true, x, y1, SpanLength(y1, y2)}, 4, pBuf);
+  return xWriteWarpedBits(WarpedLine({x, y1, y2, true}), 4, pBuf);
 }
 
 // Entry points -------------------------------------------------------------------------------------------------------
@@ -213,82 +227,62 @@ bool PQel::xCanWarp() const {
 }
 
 /// Runs a plain line operation with the repeat mode off for its duration.
-int PQel::xPlain(LineOperation pfn, long a, long b, long c, unsigned char *pBuf) {
+int PQel::xPlain(LineOperation pfn, const LineSpan &span, unsigned char *pBuf) {
   const int bRepeat = m_bRepeat;
   m_bRepeat = 0;
-  const int nResult = (this->*pfn)(a, b, c, pBuf);
+  const int nResult = (this->*pfn)(span.a, span.b, span.c, pBuf);
   m_bRepeat = bRepeat;
   return nResult;
 }
 
-int PQel::GetWarpedHorLine(long x1, long x2, long y, unsigned char *pBuf) {
+/// All four operations: as the plain one, but on the plane.
+int PQel::xWarp(LineOperation pfnPlain, const LineSpan &span, unsigned char *pBuf, bool bWrite) {
   if (pBuf == nullptr) return 0;
-  if (!xCanWarp()) return xPlain(&PQel::GetHorLine, x1, x2, y, pBuf);
-  const WarpedLine line = {false, y, x1, SpanLength(x1, x2)};
+  if (!xCanWarp()) return xPlain(pfnPlain, span, pBuf);
+  const WarpedLine line(span);
   if (line.left < 0) return 0;
-  int nResult = 0;
-  switch (m_pBIH->biBitCount) {
-    case 1:
-      nResult = xGetWarpedHorLine1(x1, x2, y, pBuf);
-      break;
-    case 4:
-      nResult = xGetWarpedHorLine4(x1, x2, y, pBuf);
-      break;
-    default:
-      nResult = xMoveWarped(line, pBuf, &PQel::xReadRun);
+  const auto tell = [&](int nEvent) {
+    if (m_pfnHook == nullptr) return;
+    if (span.vertical)
+      m_pfnHook(this, nEvent, span.a, span.b, span.a, span.c, pBuf);
+    else
+      m_pfnHook(this, nEvent, span.a, span.c, span.b, span.c, pBuf);
+  };
+  if (bWrite) {
+    tell(4);
+    if (!xCanWarp()) return 0;  // the hook may have changed the image
   }
-  if (nResult && m_pfnHook) m_pfnHook(this, 3, x1, y, x2, y, pBuf);
+  const long lBits = m_pBIH->biBitCount;
+  const int nResult = lBits >= 8 ? xMoveWarped(line, pBuf, bWrite)
+                      : bWrite   ? xWriteWarpedBits(line, lBits, pBuf)
+                                 : xReadWarpedBits(line, lBits, pBuf);
+  if (nResult && !bWrite) tell(3);
   return nResult;
+}
+
+int PQel::GetWarpedHorLine(long x1, long x2, long y, unsigned char *pBuf) {
+  return xWarp(&PQel::GetHorLine, {x1, x2, y, false}, pBuf, false);
 }
 
 int PQel::PutWarpedHorLine(long x1, long x2, long y, unsigned char *pBuf) {
-  if (pBuf == nullptr) return 0;
-  if (!xCanWarp()) return xPlain(&PQel::PutHorLine, x1, x2, y, pBuf);
-  const WarpedLine line = {false, y, x1, SpanLength(x1, x2)};
-  if (line.left < 0) return 0;
-  if (m_pfnHook) m_pfnHook(this, 4, x1, y, x2, y, pBuf);
-  switch (m_pBIH->biBitCount) {
-    case 1:
-      return xPutWarpedHorLine1(x1, x2, y, pBuf);
-    case 4:
-      return xPutWarpedHorLine4(x1, x2, y, pBuf);
-    default:
-      return xMoveWarped(line, pBuf, &PQel::xWriteRun);
-  }
+  return xWarp(&PQel::PutHorLine, {x1, x2, y, false}, pBuf, true);
 }
 
 int PQel::GetWarpedVerLine(long x, long y1, long y2, unsigned char *pBuf) {
-  if (pBuf == nullptr) return 0;
-  if (!xCanWarp()) return xPlain(&PQel::GetVerLine, x, y1, y2, pBuf);
-  const WarpedLine line = {true, x, y1, SpanLength(y1, y2)};
-  if (line.left < 0) return 0;
-  int nResult = 0;
-  switch (m_pBIH->biBitCount) {
-    case 1:
-      nResult = xGetWarpedVerLine1(x, y1, y2, pBuf);
-      break;
-    case 4:
-      nResult = xGetWarpedVerLine4(x, y1, y2, pBuf);
-      break;
-    default:
-      nResult = xMoveWarped(line, pBuf, &PQel::xReadRun);
-  }
-  if (nResult && m_pfnHook) m_pfnHook(this, 3, x, y1, x, y2, pBuf);
-  return nResult;
+  return xWarp(&PQel::GetVerLine, {x, y1, y2, true}, pBuf, false);
 }
 
 int PQel::PutWarpedVerLine(long x, long y1, long y2, unsigned char *pBuf) {
-  if (pBuf == nullptr) return 0;
-  if (!xCanWarp()) return xPlain(&PQel::PutVerLine, x, y1, y2, pBuf);
-  const WarpedLine line = {true, x, y1, SpanLength(y1, y2)};
-  if (line.left < 0) return 0;
-  if (m_pfnHook) m_pfnHook(this, 4, x, y1, x, y2, pBuf);
-  switch (m_pBIH->biBitCount) {
-    case 1:
-      return xPutWarpedVerLine1(x, y1, y2, pBuf);
-    case 4:
-      return xPutWarpedVerLine4(x, y1, y2, pBuf);
-    default:
-      return xMoveWarped(line, pBuf, &PQel::xWriteRun);
-  }
+  return xWarp(&PQel::PutVerLine, {x, y1, y2, true}, pBuf, true);
+}
+
+// Pixels of a line operation -----------------------------------------------------------------------------------------
+
+long PQel::xPixelsToMove(const LineSpan &span) const {
+  const bool bPlane = m_bRepeat && xCanWarp();
+  if (!bPlane && !span.vertical && (span.c < 0 || span.c >= m_lHeight)) return 0;  // such rows are no error
+  const long n = SpanLength(span.First(), span.Last());
+  if (n <= 0 || bPlane) return n;
+  if (span.First() < 0 || span.Last() >= (span.vertical ? m_lHeight : GetImageWidth())) return -1;
+  return !span.vertical || (span.a >= 0 && span.a < GetImageWidth()) ? n : -1;
 }

@@ -20,12 +20,12 @@ void PQel::ZoomOutLine(unsigned char *pDst, unsigned char *pSrc, long lCount, in
 
 int PQel::GetZoomOutHorLine(long x1, long x2, long y, unsigned char *pDst, int nZoom) {
   if (IsEmpty() || pDst == nullptr || nZoom >= 0 || x2 < x1) return 0;
-  const long lStep = -static_cast<long>(nZoom);
-  const long lSize = GetHorLineSize(x1, x2);
+  const long n = xPixelsToMove({x1, x2, y, false}), lBits = m_pBIH->biBitCount;
+  if (n <= 0) return n == 0 && GetHorLine(x1, x2, y, pDst);
   PMem line;
-  if (lSize <= 0 || !line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lSize))) return 0;
+  if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>((lBits * n + 31) / 32 * 4))) return 0;
   if (!GetHorLine(x1, x2, y, line.GetPointer())) return 0;
-  ZoomOutLine(pDst, line.GetPointer(), (x2 - x1 + 1) / lStep, nZoom, 0);
+  ZoomOutLine(pDst, line.GetPointer(), n / -static_cast<long>(nZoom), nZoom, 0);
   return 1;
 }
 
@@ -33,13 +33,12 @@ int PQel::GetZoomOutHorLine(long x1, long x2, long y, unsigned char *pDst, int n
 int PQel::xGetZoomOutLine(ConvertedRead pfnRead, long lPixelBytes, long x1, long x2, long y, unsigned char *pDst,
                           int nZoom, unsigned char *pTable) {
   if (IsEmpty() || pDst == nullptr || nZoom >= 0 || x2 < x1) return 0;
-  const long lStep = -static_cast<long>(nZoom);
-  long lCount = 0, lBytes = 0;
-  if (__builtin_sub_overflow(x2, x1 - 1, &lCount) || __builtin_mul_overflow(lCount, lPixelBytes, &lBytes)) return 0;
+  const long n = xPixelsToMove({x1, x2, y, false}), lStep = -static_cast<long>(nZoom);
+  if (n <= 0) return n == 0 && (this->*pfnRead)(x1, x2, y, pDst, nullptr);
   PMem line;
-  if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lBytes) + 4)) return 0;
+  if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lPixelBytes * n + 4))) return 0;
   if (!(this->*pfnRead)(x1, x2, y, line.GetPointer(), pTable)) return 0;
-  qel::lines::SkipPixels(pDst, line.GetPointer(), lCount / lStep, lStep, static_cast<int>(8 * lPixelBytes));
+  qel::lines::SkipPixels(pDst, line.GetPointer(), n / lStep, lStep, static_cast<int>(8 * lPixelBytes));
   return 1;
 }
 

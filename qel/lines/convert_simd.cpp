@@ -329,12 +329,14 @@ void Reverse24(unsigned char *dst, const unsigned char *src, long n) {
 
 void QelAsmConvert24to8G(unsigned char *pDst, unsigned char *pSrc, unsigned long n) {
   using namespace qel::lines;
+  if (pDst == nullptr || pSrc == nullptr) return;
   HWY_DYNAMIC_DISPATCH(Rgb24ToGray)(pDst, pSrc, static_cast<long>(n));
 }
 
 void QelAsmConvert8to1(unsigned char *pDst, unsigned char *pSrc, unsigned long n, unsigned char byInvert,
                        unsigned char byThreshold) {
   using namespace qel::lines;
+  if (pDst == nullptr || pSrc == nullptr) return;
   HWY_DYNAMIC_DISPATCH(GrayToBits)(pDst, pSrc, static_cast<long>(n), byInvert != 0, byThreshold);
 }
 

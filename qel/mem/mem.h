@@ -103,6 +103,10 @@ class QEL_API PMem : public CObject {
   int SetBlockDWORD(unsigned long dwOffset, unsigned long dwCount, unsigned long dw);
   int SetBlockDLONG(unsigned long dwOffset, unsigned long dwCount, long long ll);
 
+  /// Changes bytes where they lie: `pfnChange` gets their address and number. Cut at the block's end; 0 when the offset
+  /// lies behind it.
+  int ChangeBlock(unsigned long dwOffset, unsigned long dwCount, void (*pfnChange)(unsigned char *line, long bytes));
+
   /// Copies bytes from another block (committing them there first), as PutBlock does. 0 when the range leaves the
   /// source.
   int CopyBlock(PMem *pSrc, unsigned long dwDstOffset, unsigned long dwSrcOffset, unsigned long dwCount);

@@ -193,3 +193,9 @@ int PMem::SetBlockDLONG(unsigned long dwOffset, unsigned long dwCount, long long
   return FillUnits(*this, xFilterFault, dwOffset, dwCount, 6,
                    [ll](unsigned char *dst, unsigned long count) { FillRunDlong(dst, ll, count); });
 }
+
+int PMem::ChangeBlock(unsigned long dwOffset, unsigned long dwCount,
+                      void (*pfnChange)(unsigned char *line, long bytes)) {
+  return FillUnits(*this, xFilterFault, dwOffset, dwCount, 1,
+                   [pfnChange](unsigned char *dst, unsigned long count) { pfnChange(dst, static_cast<long>(count)); });
+}

@@ -52,10 +52,18 @@ int PQel::xFillRows(long long llColor, unsigned long dwTrio) {
 int PQel::Invert(int bPixels) {
   if (IsEmpty()) return 0;
   if (!bPixels && m_pBIH->biBitCount <= 8 && InversePalette()) return 1;
+  const auto invert = m_pBIH->biBitCount == 32 ? qel::lines::InvertColorOf32 : qel::lines::InvertBytes;
+  if (!m_bBlock && m_pfnHook == nullptr) {
+    // Nobody sees the rows pass: inverting them in the store takes a third of the time.
+    CRect rcAll(0, 0, static_cast<int>(GetImageWidth()), static_cast<int>(m_lHeight));
+    InvalidateRect(&rcAll);
+    m_pMem->ChangeBlock(static_cast<unsigned long>(m_lLmmOffset), static_cast<unsigned long>(m_lHeight * m_lLineBytes),
+                        invert);
+    return 1;
+  }
   PMem row;
   if (!row.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(m_lLineBytes))) return 0;
   unsigned char *const pRow = row.GetPointer();
-  const auto invert = m_pBIH->biBitCount == 32 ? qel::lines::InvertColorOf32 : qel::lines::InvertBytes;
   for (long y = 0; y < m_lHeight; ++y) {
     GetHorLine(y, pRow);
     invert(pRow, m_lLineBytes);

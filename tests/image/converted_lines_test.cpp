@@ -255,6 +255,43 @@ TEST_P(ConvertedLines, RefuseNothingToWorkOn) {
   EXPECT_EQ(line, Line(4096, 7));
 }
 
+TEST_P(ConvertedLines, SpansThatMoveNothingOrTooMuch) {
+  Probe image;
+  NaiveImage naive = Fill(image, {1, 0, false});
+  const bool gray = bits <= 8, putGray = type == 0 || type == 4 || type == 5, put24 = type == 1 || type >= 5;
+  Line one(1, 7), work(400, 5);
+  image.Validate();
+  // a row outside the image and a reversed span are no error, and no byte of the caller's line is touched
+  for (const auto &[first, last, y] : {std::array{0L, 44L, -1L}, {0L, 44L, kHeight}, {9L, 5L, 3L}}) {
+    EXPECT_EQ(image.GetGrayHorLine(first, last, y, one.data(), map8.data()), gray);
+    EXPECT_EQ(image.Get24bitHorLine(first, last, y, one.data(), map24.data()), 1);
+    EXPECT_EQ(image.xGetUndo24bitHorLine(first, last, y, one.data()), 1);
+    EXPECT_EQ(image.GetRevHorLine(first, last, y, one.data(), work.data()), 1);
+    EXPECT_EQ(image.GetRevHorLine(first, last, y, one.data(), nullptr), 1);
+    EXPECT_EQ(image.PutGrayHorLine(first, last, y, one.data()), putGray);
+    EXPECT_EQ(image.Put24bitHorLine(first, last, y, one.data()), put24);
+    EXPECT_EQ(image.GetZoomOutHorLine(first, last, y, one.data(), -2), first <= last);
+    EXPECT_EQ(image.GetZoomOut24BitHorLine(first, last, y, one.data(), -2, map24.data()), first <= last);
+  }
+  // a span that leaves the image is refused before the caller's line is read or written
+  for (const auto &[first, last] : {std::pair{0L, 1L << 30}, {-1L, 20L}, {LONG_MIN, 0L}, {LONG_MIN, LONG_MAX}}) {
+    EXPECT_EQ(image.GetGrayHorLine(first, last, 0, one.data(), map8.data()), 0);
+    EXPECT_EQ(image.Get24bitVerLine(0, first, last, one.data(), map24.data()), 0);
+    EXPECT_EQ(image.GetRevHorLine(first, last, 0, one.data(), nullptr), 0);
+    EXPECT_EQ(image.PutGrayVerLine(0, first, last, one.data()), 0);
+    EXPECT_EQ(image.Put24bitHorLine(first, last, 0, one.data()), 0);
+    EXPECT_EQ(image.GetZoomOutHorLine(first, last, 0, one.data(), -2), 0);
+    EXPECT_EQ(image.GetZoomOutGrayHorLine(first, last, 0, one.data(), -2, nullptr), 0);
+  }
+  EXPECT_EQ(image.Get24bitVerLine(kWidth, 0, 5, one.data(), nullptr), 0);
+  EXPECT_EQ(one[0], 7);
+  EXPECT_EQ(work, Line(400, 5));
+  EXPECT_EQ(image.m_rcInvalid.left, INT_MAX);
+  NaiveImage stored(kWidth, kHeight, bits);
+  stored.Load(image);
+  EXPECT_EQ(stored, naive);
+}
+
 INSTANTIATE_TEST_SUITE_P(Types, ConvertedLines, testing::Range(0, 10));
 
 }  // namespace

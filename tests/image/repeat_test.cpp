@@ -179,4 +179,61 @@ TEST(Repeat, TheScratchLineMayBeTheBuffer) {
   }
 }
 
+TEST(Repeat, SpansAtTheEndOfTheNumbers) {
+  constexpr long kMost = std::numeric_limits<long>::max(), kLeast = std::numeric_limits<long>::min();
+  for (const auto &[type, bits] : {std::pair{0, 1}, {2, 4}, {3, 8}, {1, 24}}) {
+    Probe image;
+    ASSERT_TRUE(test::Create(image, type, 7, 5, {1, 0, false}));
+    NaiveImage naive(7, 5, bits);
+    std::mt19937 random(6);
+    naive.Randomise(random);
+    naive.Store(image);
+    const Periods p = {3, 4};
+    image.SetRepeat(p.x, p.y);
+    for (const bool vertical : {false, true}) {
+      for (const auto &[first, last] : {std::pair{kMost - 20, kMost}, {kLeast, kLeast + 20}}) {
+        for (const long across : {kLeast, 0L, kMost}) {
+          std::vector<unsigned char> line(static_cast<std::size_t>(test::PackedBytes(bits, 21)), 0x5A);
+          std::vector<unsigned char> expected = line;
+          long along = first;
+          for (long k = 0; k < 21;) {
+            const long x = vertical ? across : along, y = vertical ? along : across;
+            const std::size_t at = static_cast<std::size_t>(&PlanePixel(naive, p, x, y) - naive.pixels.data());
+            const long sx = static_cast<long>(at) % 7, sy = static_cast<long>(at) / 7;
+            const long run = std::min(21 - k, vertical ? 5 - sy : 7 - sx);
+            for (long i = 0; i < run; ++i)
+              test::SetPacked(expected.data(), bits, k + i, vertical ? naive.At(sx, sy + i) : naive.At(sx + i, sy));
+            k += run;
+            if (k < 21) along += run;
+          }
+          ASSERT_EQ(vertical ? image.GetVerLine(across, first, last, line.data())
+                             : image.GetHorLine(first, last, across, line.data()),
+                    1);
+          ASSERT_EQ(line, expected) << bits << " bits, from " << first;
+        }
+      }
+    }
+    unsigned char by = 7;
+    EXPECT_EQ(image.PutHorLine(kLeast, kMost, 0, &by), 0);
+    EXPECT_EQ(image.PutVerLine(0, 0, kMost, &by), 0);
+  }
+}
+
+TEST(Repeat, AHookMayDeleteTheImage) {
+  for (const int type : {0, 2, 1}) {
+    Probe image;
+    ASSERT_TRUE(test::Create(image, type, 9, 5, {1, 0, false}));
+    image.SetHookProc([](PQel *p, int event, long, long, long, long, unsigned char *) {
+      if (event == 4) p->DeleteImage(1);
+    });
+    unsigned char line[64] = {};
+    image.SetRepeat(0, 0);
+    EXPECT_EQ(image.PutHorLine(-3, 12, 1, line), 0);
+    EXPECT_TRUE(image.IsEmpty());
+    ASSERT_TRUE(test::Create(image, type, 9, 5, {1, 0, false}));
+    EXPECT_EQ(image.SetPixel(3, 2, 1), 0);
+    EXPECT_TRUE(image.IsEmpty());
+  }
+}
+
 }  // namespace

@@ -166,6 +166,39 @@ TEST_F(WholeImage, InvertTurnsPixelsOrPalette) {
   EXPECT_EQ(empty.Invert(0), 0);
 }
 
+TEST_F(WholeImage, InvertIsTheSameWithAHookAndCanBeUndone) {
+  static long told[5];
+  for (const auto &[type, bits] : kDepths) {
+    for (const Keeping &keeping : test::AllKeepings()) {
+      Probe quiet, watched;
+      const NaiveImage before = Fill(quiet, type, bits, 30, 21, keeping);
+      Fill(watched, type, bits, 30, 21, keeping);
+      ASSERT_EQ(watched.CopyImage(&quiet), 1);
+      ASSERT_TRUE(quiet.EnableUndo(1));
+      quiet.Validate();
+      watched.Validate();
+      std::fill(std::begin(told), std::end(told), 0);
+      watched.SetHookProc([](PQel *, int event, long, long, long, long, unsigned char *) { ++told[event]; });
+      ASSERT_EQ(quiet.Invert(1), 1);
+      ASSERT_EQ(watched.Invert(1), 1);
+      watched.SetHookProc(nullptr);
+      EXPECT_EQ(told[3], 21);
+      EXPECT_EQ(told[4], 21);
+      EXPECT_EQ(quiet.m_rcInvalid, CRect(0, 0, 30, 21));
+      EXPECT_EQ(watched.m_rcInvalid, CRect(0, 0, 30, 21));
+      // padding of the rows included
+      std::vector<unsigned char> a(static_cast<std::size_t>(quiet.m_lLineBytes)), b(a.size());
+      for (long y = 0; y < 21; ++y) {
+        quiet.GetHorLine(y, a.data());
+        watched.GetHorLine(y, b.data());
+        ASSERT_EQ(a, b) << bits << " row " << y;
+      }
+      ASSERT_EQ(quiet.DoUndo(), 1);
+      ASSERT_EQ(Stored(quiet, bits), before);
+    }
+  }
+}
+
 // Combination --------------------------------------------------------------------------------------------------------
 
 TEST_F(WholeImage, CompositeCombinesBits) {
