@@ -4,6 +4,7 @@
 #include "qel/lines/convert.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 
 #include "qel/lines/convert_plain.h"
@@ -101,29 +102,38 @@ void Map24(unsigned char *line, long n, const unsigned char *map) {
 
 namespace {
 
-constexpr std::array<unsigned char, 256> kReversedBits = [] {
-  std::array<unsigned char, 256> table{};
-  for (unsigned v = 0; v < 256; ++v)
-    for (unsigned bit = 0; bit < 8; ++bit)
-      if (v >> bit & 1) table[v] = static_cast<unsigned char>(table[v] | 0x80 >> bit);
-  return table;
-}();
-
 template <int Bytes>
 void ReverseUnits(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < n; ++i) std::memcpy(dst + i * Bytes, src + (n - 1 - i) * Bytes, Bytes);
 }
 
+/// The bits of each byte turned round: neighbours, then pairs, then nibbles change places.
+std::uint64_t TurnBytes(std::uint64_t v) {
+  v = (v >> 1 & 0x5555555555555555) | (v & 0x5555555555555555) << 1;
+  v = (v >> 2 & 0x3333333333333333) | (v & 0x3333333333333333) << 2;
+  return (v >> 4 & 0x0F0F0F0F0F0F0F0F) | (v & 0x0F0F0F0F0F0F0F0F) << 4;
+}
+
 /// Output byte i: the input's eight pixels that end at pixel n - 1 - 8i, reversed. They start `rest` bits into a byte
-/// when the line ends inside one; what lies before pixel 0 reads as 0.
+/// when the line ends inside one; what lies before pixel 0 reads as 0. Eight bytes a step while they lie in the line.
 void ReverseBits(unsigned char *dst, const unsigned char *src, long n) {
   const long bytes = (n + 7) / 8;
   const int rest = static_cast<int>(n % 8);
-  for (long i = 0; i < bytes; ++i) {
+  long i = 0;
+  for (; i + 8 < bytes; i += 8) {
     const long last = bytes - 1 - i;  // the source byte with the last of these pixels
+    std::uint64_t gathered;
+    std::memcpy(&gathered, src + last - 7, 8);
+    gathered = __builtin_bswap64(gathered);
+    if (rest != 0) gathered = gathered >> (8 - rest) | std::uint64_t{src[last - 8]} << (56 + rest);
+    gathered = TurnBytes(gathered);
+    std::memcpy(dst + i, &gathered, 8);
+  }
+  for (; i < bytes; ++i) {
+    const long last = bytes - 1 - i;
     unsigned gathered = src[last];
     if (rest != 0) gathered = (src[last] >> (8 - rest)) | (last > 0 ? src[last - 1] << rest : 0);
-    dst[i] = kReversedBits[gathered & 0xFF];
+    dst[i] = static_cast<unsigned char>(TurnBytes(gathered & 0xFF));
   }
 }
 

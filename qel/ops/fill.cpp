@@ -1,5 +1,7 @@
 // Fills and inversions of the whole image.
 
+#include <algorithm>
+
 #include "qel/image/image.h"
 #include "qel/lines/logic.h"
 #include "qel/lines/run_fill.h"
@@ -34,16 +36,28 @@ int PQel::Clear(long long llColor) {
   }
 }
 
-/// Writes one filled row to every row, in storage order: pixels of dwTrio at 24 bits, of llColor at 48.
+/// Writes one filled row to every row, in storage order: pixels of dwTrio at 24 bits, of llColor at 48. When nobody
+/// sees the rows pass, several go at once: long copies spare the memory the reading of what they overwrite.
 int PQel::xFillRows(long long llColor, unsigned long dwTrio) {
-  PMem row;
-  if (!row.AllocMemory(GHND, static_cast<unsigned long>(m_lLineBytes))) return 0;
+  constexpr long kCopyBytes = 65536;
+  const bool bSeveral = !m_bBlock && m_pfnHook == nullptr;
+  const long lRows = bSeveral ? std::clamp(kCopyBytes / m_lLineBytes, 1L, m_lHeight) : 1;
+  PMem rows;
+  if (!rows.AllocMemory(GHND, static_cast<unsigned long>(lRows * m_lLineBytes))) return 0;
+  unsigned char *const pRow = rows.GetPointer();
   const unsigned long dwWidth = static_cast<unsigned long>(GetImageWidth());
   if (m_pBIH->biBitCount == 24)
-    FillRunTrio(row.GetPointer(), dwTrio, dwWidth);
+    FillRunTrio(pRow, dwTrio, dwWidth);
   else
-    FillRunDlong(row.GetPointer(), llColor, dwWidth);
-  for (long i = 0; i < m_lHeight; ++i) PutHorLine(m_pBIH->biHeight < 0 ? i : m_lHeight - 1 - i, row.GetPointer());
+    FillRunDlong(pRow, llColor, dwWidth);
+  for (long i = 1; i < lRows; ++i) std::copy_n(pRow, m_lLineBytes, pRow + i * m_lLineBytes);
+  for (long i = 0; i < m_lHeight; i += lRows) {
+    if (bSeveral)
+      m_pMem->PutBlock(static_cast<unsigned long>(m_lLmmOffset + i * m_lLineBytes),
+                       static_cast<unsigned long>(std::min(lRows, m_lHeight - i) * m_lLineBytes), pRow);
+    else
+      PutHorLine(m_pBIH->biHeight < 0 ? i : m_lHeight - 1 - i, pRow);
+  }
   return 1;
 }
 

@@ -137,6 +137,11 @@ TEST_F(WholeImage, ClearWritesTheColourEverywhereAndCanBeUndone) {
         for (long x = 0; bits == 4 && x < 37; ++x)
           for (long y = 0; y < 11; ++y) expected.At(x, y) = x % 2 ? color & 0xF : (color | color >> 4) & 0xF;
         ASSERT_EQ(Stored(image, bits), expected) << bits << " color " << color;
+        image.SetHookProc([](PQel *, int, long, long, long, long, unsigned char *) {});
+        ASSERT_EQ(image.Clear(~color), 1);
+        ASSERT_EQ(image.Clear(color), 1);
+        image.SetHookProc(nullptr);
+        ASSERT_EQ(Stored(image, bits), expected) << bits << " watched, color " << color;
         ASSERT_EQ(image.DoUndo(), 1);
         ASSERT_EQ(Stored(image, bits), before);
       }
