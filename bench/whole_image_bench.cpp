@@ -35,7 +35,7 @@ bench::Works Fill(int nType) {
           })};
 }
 
-/// In place: every byte is read and written once, as in a copy onto itself by way of a row.
+/// Every byte read and written once, in place, as the engine does when no hook looks on.
 bench::Works Inversion(int nType) {
   const auto image = Image(nType, 1);
   const auto plain = std::make_shared<std::vector<unsigned char>>(image->GetImageSize());
