@@ -59,6 +59,7 @@ class RepeatTest : public testing::TestWithParam<Case> {
 
 TEST_P(RepeatTest, ReadsAndWritesThePlane) {
   const auto [type, bits] = GetParam();
+  const int depth = bits;
   for (const Keeping &keeping : test::AllKeepings()) {
     for (const auto &[w, h] : {std::pair{1L, 1L}, {5L, 3L}, {21L, 13L}, {64L, 40L}}) {
       Probe image;
@@ -79,10 +80,10 @@ TEST_P(RepeatTest, ReadsAndWritesThePlane) {
         std::vector<unsigned char> expected = line;
         if (write)
           WalkLine(naive, p, vertical, across, first, last,
-                   [&](long k, long x, long y) { naive.At(x, y) = test::GetPacked(line.data(), bits, k); });
+                   [&](long k, long x, long y) { naive.At(x, y) = test::GetPacked(line.data(), depth, k); });
         else
           WalkLine(naive, p, vertical, across, first, last,
-                   [&](long k, long x, long y) { test::SetPacked(expected.data(), bits, k, naive.At(x, y)); });
+                   [&](long k, long x, long y) { test::SetPacked(expected.data(), depth, k, naive.At(x, y)); });
         const int done = write      ? vertical ? image.PutVerLine(across, first, last, line.data())
                                                : image.PutHorLine(first, last, across, line.data())
                               : vertical ? image.GetVerLine(across, first, last, line.data())
@@ -160,6 +161,7 @@ TEST(Repeat, TellsTheHookOnceWithTheCallersCoordinates) {
 TEST(Repeat, TheScratchLineMayBeTheBuffer) {
   std::mt19937 random(5);
   for (const auto &[type, bits] : {std::pair{0, 1}, {2, 4}, {3, 8}}) {
+    const int depth = bits;
     Probe image;
     ASSERT_TRUE(test::Create(image, type, 37, 11, {1, 0, false}));
     NaiveImage naive(37, 11, bits);
@@ -171,7 +173,7 @@ TEST(Repeat, TheScratchLineMayBeTheBuffer) {
     std::memcpy(image.m_pbyLineBuf, line.data(), line.size());
     ASSERT_TRUE(image.PutHorLine(-11, 108, 4, image.m_pbyLineBuf));
     WalkLine(naive, {9, 5}, false, 4, -11, 108,
-             [&](long k, long x, long y) { naive.At(x, y) = test::GetPacked(line.data(), bits, k); });
+             [&](long k, long x, long y) { naive.At(x, y) = test::GetPacked(line.data(), depth, k); });
     image.EnableRepeat(0);
     NaiveImage stored(37, 11, bits);
     stored.Load(image);
