@@ -4,6 +4,7 @@
 #include "qel/mem/mem.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "qel/mem/mirror_mem.h"
@@ -84,9 +85,8 @@ int PMem::Attach(unsigned char *p) {
 }
 
 int PMem::Attach(void *hMem) {
-  if (hMem == nullptr) return 0;
   if (hMem == m_hMem) return 1;
-  if (!IsEmpty()) return 0;
+  if (hMem == nullptr || !IsEmpty()) return 0;
   const unsigned long size = GlobalSize(hMem);
   auto *const memory = static_cast<unsigned char *>(GlobalLock(hMem));
   if (memory == nullptr) return 0;
@@ -110,10 +110,12 @@ void *PMem::Detach() {
 // State --------------------------------------------------------------------------------------------------------------
 
 unsigned long PMem::GetPageSize() {
-  if (m_dwPageSize == 0) {
+  const std::atomic_ref shared(m_dwPageSize);
+  if (shared.load(std::memory_order_acquire) == 0) {
     SYSTEM_INFO info{};
     GetSystemInfo(&info);
-    m_dwPageSize = info.dwPageSize != 0 ? info.dwPageSize : 4096;
+    unsigned long unset = 0;  // of threads that meet here one stores, so that the others' plain reads race with nothing
+    shared.compare_exchange_strong(unset, info.dwPageSize != 0 ? info.dwPageSize : 4096);
   }
   return m_dwPageSize;
 }

@@ -45,11 +45,12 @@ class QEL_API PMem : public CObject {
   /// Commits the page that holds an address: the fault filter's way out. 0 for this store, which has nothing to commit.
   virtual int CommitMemory(unsigned char *pAddress);
 
-  /// Takes over the memory at an address: for this store, that of the global handle it belongs to.
+  /// Takes over the memory at an address: for this store, the global block that starts there, handle by handle as
+  /// below. 0 for a null address; any other address that starts no block counts as the null handle.
   virtual int Attach(unsigned char *p);
 
-  /// Takes over a global-memory handle and owns it from then on. 1 when the block holds it already, 0 for null, for a
-  /// handle that cannot be locked, or when the block holds other memory.
+  /// Takes over a global-memory handle and owns it from then on. 1, and nothing changes, for the handle that the block
+  /// has already (null for an empty block); 0 for a handle that cannot be locked, or when the block holds other memory.
   virtual int Attach(void *hMem);
 
   /// Hands the memory out as a global handle that the caller owns, and is empty then; null for an empty block.
@@ -117,7 +118,8 @@ class QEL_API PMem : public CObject {
 
   // Mirror -----------------------------------------------------------------------------------------------------------
 
-  /// Starts a snapshot of the block: a new mirror, or the one there is, emptied and made as large as the block.
+  /// Starts a snapshot of the block: a new mirror, or the one there is, emptied and made as large as the block. 0, and
+  /// no mirror is wanted any more, when there is no memory for it.
   int CreateMirrorMem();
 
   /// Empties the mirror: a new snapshot starts. 0 without a mirror.
@@ -132,7 +134,8 @@ class QEL_API PMem : public CObject {
   /// Copies the committed pages of a virtual block into this one at equal offsets. 0 when `pSrc` is empty or null.
   int CopyVirtualMemory(PVirtualMem *pSrc);
 
-  /// Exchanges the mirror's saved pages with the block's: undo, and redo when done again. 0 without memory or mirror.
+  /// Exchanges the mirror's saved pages with the block's: undo, and redo when done again. Pages that the block cannot
+  /// commit are passed over. 0 without memory or mirror.
   int SwapMirrorMem();
 
   static unsigned long m_dwPageSize;

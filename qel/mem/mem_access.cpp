@@ -4,6 +4,7 @@
 // moves the bytes with one line function inside one guard. A fault there (a caller's buffer that is gone, a page that
 // cannot be had) ends the operation with 0; the bytes written before it stay.
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "qel/lines/run_fill.h"
@@ -52,7 +53,7 @@ struct Span {
 /// Finds the span of at least one unit; false when a unit leaves the block.
 bool FindSpan(unsigned long dwSize, unsigned long dwOffset, unsigned long dwCount, unsigned long dwUnit, long lStride,
               Span *pSpan) {
-  if (dwOffset > dwSize || dwUnit > dwSize || (lStride != 0 && dwCount > dwSize)) return false;
+  if (dwOffset > dwSize || dwUnit > dwSize || dwCount > (lStride != 0 ? dwSize : LONG_MAX)) return false;
   const __int128 reach = static_cast<__int128>(dwCount - 1) * lStride;
   const __int128 low = dwOffset + std::min<__int128>(reach, 0);
   const __int128 high = dwOffset + std::max<__int128>(reach, 0) + dwUnit;
@@ -64,7 +65,7 @@ bool FindSpan(unsigned long dwSize, unsigned long dwOffset, unsigned long dwCoun
 /// Has the store commit the pages that the units touch, and none between them.
 bool TouchUnits(PMem &mem, const Span &span, unsigned long dwOffset, unsigned long dwCount, unsigned long dwUnit,
                 long lStride) {
-  if (mem.GetHandle() != nullptr || dwUnit == 0) return true;
+  if (mem.GetHandle() != nullptr) return true;
   if (mem.IsKindOf(RUNTIME_CLASS(PVirtualMem)) &&
       qel::kernel::ArePagesCommitted(mem.GetPointer(), span.offset, span.count)) {
     return true;  // the usual case of a column in a filled image: one look instead of one a unit
@@ -141,7 +142,7 @@ int PMem::CopyBlock(PMem *pSrc, unsigned long dwDstOffset, unsigned long dwSrcOf
 
 int PMem::GetSkipBlock(unsigned long dwOffset, unsigned long dwCount, unsigned long dwUnit, long lStride,
                        unsigned char *pDst) {
-  if (dwCount == 0) return 1;
+  if (dwCount == 0 || dwUnit == 0) return 1;
   if (dwUnit == 2 || dwUnit == 4) lStride -= lStride % static_cast<long>(dwUnit);
   Span span;
   if (pDst == nullptr || !FindSpan(m_dwSize, dwOffset, dwCount, dwUnit, lStride, &span)) return 0;
@@ -153,7 +154,7 @@ int PMem::GetSkipBlock(unsigned long dwOffset, unsigned long dwCount, unsigned l
 
 int PMem::PutSkipBlock(unsigned long dwOffset, unsigned long dwCount, unsigned long dwUnit, long lStride,
                        unsigned char *pSrc) {
-  if (dwCount == 0) return 1;
+  if (dwCount == 0 || dwUnit == 0) return 1;
   Span span;
   if (pSrc == nullptr || !FindSpan(m_dwSize, dwOffset, dwCount, dwUnit, lStride, &span)) return 0;
   if (m_pMirrorMem != nullptr) m_pMirrorMem->CopySourceSkipBlock(dwOffset, dwCount, dwUnit, lStride);

@@ -102,11 +102,8 @@ void PMemMapFile::FreeMemory() {
 }
 
 int PMemMapFile::Resize(unsigned long dwNewSize) {
-  if (IsEmpty()) return 0;
-  PMemMapFile other;
-  other.SetShareName(m_szShareName);
-  if (other.AllocMemory(MEM_RESERVE, dwNewSize) == nullptr) return 0;
-  m_dwSize = other.GetSize();
+  if (IsEmpty() || dwNewSize == 0) return 0;
+  m_dwSize = PMem::GetSize(m_pbyMem);  // asked of the view, as the name may be meant for the next mapping already
   if (m_bMirror) {
     delete m_pMirrorMem;
     m_pMirrorMem = nullptr;

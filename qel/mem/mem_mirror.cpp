@@ -10,6 +10,7 @@
 #include "qel/mem/page_walk.h"
 
 int PMem::CreateMirrorMem() {
+  if (m_pMirrorMem != nullptr && IsEmpty()) return ClearMirrorMem();  // it gets its size with the next memory
   if (m_pMirrorMem == nullptr) {
     m_pMirrorMem = new (std::nothrow) PMirrorMem;
     if (m_pMirrorMem == nullptr) {
@@ -67,10 +68,9 @@ int PMem::SwapMirrorMem() {
     if (!committed || offset >= m_dwSize) return;
     const unsigned long count = std::min(size, m_dwSize - offset);
     unsigned char *const own = CommitMemory(offset, count);
-    if (own == nullptr ||
-        !qel::kernel::Guarded(xFilterFault, this, [=] { qel::lines::SwapBytes(own, saved + offset, count); })) {
+    if (own == nullptr) return;
+    if (!qel::kernel::Guarded(xFilterFault, this, [=] { qel::lines::SwapBytes(own, saved + offset, count); }))
       result = 0;
-    }
   });
   return result;
 }

@@ -15,6 +15,10 @@ PMirrorMem::PMirrorMem() : m_pSourceMem(nullptr) {}
 
 PMirrorMem::~PMirrorMem() = default;
 
+unsigned char *PMirrorMem::AllocMemory(unsigned int, unsigned long dwSize) {
+  return PVirtualMem::AllocMemory(MEM_RESERVE, dwSize);
+}
+
 int PMirrorMem::SetSourceMem(PMem *pSrc) {
   if (pSrc == nullptr || pSrc == this) return 0;
   if (pSrc == m_pSourceMem && !IsEmpty() && m_dwSize == pSrc->GetSize()) {

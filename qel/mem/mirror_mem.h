@@ -15,6 +15,9 @@ class QEL_API PMirrorMem : public PVirtualMem {
   PMirrorMem();
   ~PMirrorMem() override;
 
+  /// Reserves `dwSize` bytes, whatever the flags: pages come by being filled, never all at once.
+  unsigned char *AllocMemory(unsigned int nFlags, unsigned long dwSize) override;
+
   /// Starts a snapshot of `pSrc`: reserves its size, or empties the mirror when it is the source already.
   int SetSourceMem(PMem *pSrc);
 

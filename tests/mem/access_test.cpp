@@ -71,6 +71,8 @@ TEST(Access, EmptyBlocksAndNullBuffersAreRefused) {
     EXPECT_EQ(mem->PutBlock(99, 0, nullptr), 1);
     EXPECT_EQ(mem->PutBlock(100, 0, nullptr), 0);
     EXPECT_EQ(mem->PutSkipBlock(100, 0, 3, 1, nullptr), 1);
+    EXPECT_EQ(mem->PutSkipBlock(0, LONG_MAX, 0, 0, &byte), 1);
+    EXPECT_EQ(mem->GetSkipBlock(0, ~0UL, 1, 0, &byte), 0) << "no buffer is that long";
   }
 }
 

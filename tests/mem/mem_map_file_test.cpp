@@ -84,6 +84,9 @@ TEST(MemMapFile, ResizeBringsTheBlockUpToTheWholeMapping) {
   ASSERT_EQ(mem.CreateMirrorMem(), 1);
   mem.PokeByte(10, 4);
   unsigned char *const view = mem.GetPointer();
+  EXPECT_EQ(mem.Resize(0), 0);
+  EXPECT_EQ(mem.GetSize(), 5000u);
+  ASSERT_EQ(mem.SetShareName(UniqueName("later").c_str()), 1);  // for the next mapping: nothing to do with this one
   ASSERT_EQ(mem.Resize(1 << 20), 1);
   EXPECT_EQ(mem.GetPointer(), view);
   EXPECT_EQ(mem.GetSize(), 8192u);

@@ -62,6 +62,10 @@ TEST(Memory, ANewMemoryGetsAMirrorOfItsSize) {
     ASSERT_EQ(mem->CreateMirrorMem(), 1);
     EXPECT_EQ(mem->PokeByte(0, 1), 1);
     mem->FreeMemory();
+    if (kind != Kind::kGlobal) {
+      EXPECT_EQ(mem->CreateMirrorMem(), 1) << "the mirror is there still, to be given its size by the next memory";
+    }
+    EXPECT_EQ(mem->SwapMirrorMem(), 0);
     ASSERT_NE(mem->AllocMemory(test::FlagsOf(kind), 50000), nullptr);
     ASSERT_NE(mem->GetMirrorMem(), nullptr);
     EXPECT_EQ(mem->GetMirrorMem()->GetSize(), 50000u);
@@ -90,7 +94,8 @@ TEST(Memory, HandlesTravelThroughAttachAndDetach) {
     EXPECT_EQ(mem->CreateMirrorMem(), 1);
     EXPECT_EQ(mem->Attach(handle), 0);
     mem->FreeMemory();
-    EXPECT_EQ(mem->Attach(static_cast<void *>(nullptr)), 0);
+    EXPECT_EQ(mem->Attach(static_cast<void *>(nullptr)), kind == Kind::kGlobal) << "the handle it has already";
+    EXPECT_TRUE(mem->IsEmpty());
     EXPECT_EQ(mem->Attach(static_cast<void *>(mem.get())), 0);
     ASSERT_EQ(mem->Attach(handle), 1);
     EXPECT_EQ(test::Contents(*mem), bytes);
@@ -130,11 +135,16 @@ TEST(Memory, AttachOfAnAddressTakesItsGlobalBlock) {
   void *const handle = GlobalAlloc(GMEM_MOVEABLE, 100);
   auto *const p = static_cast<unsigned char *>(GlobalLock(handle));
   PMem mem;
-  EXPECT_EQ(mem.Attach(p + 1), 0);
   EXPECT_EQ(mem.Attach(static_cast<unsigned char *>(nullptr)), 0);
+  EXPECT_EQ(mem.Attach(p + 1), 1) << "no block starts there: the null handle, which the block has already";
+  EXPECT_TRUE(mem.IsEmpty());
   ASSERT_EQ(mem.Attach(p), 1);
   EXPECT_EQ(mem.GetHandle(), handle);
   EXPECT_EQ(mem.GetSize(), 100u);
+  EXPECT_EQ(mem.Attach(p), 1);
+  EXPECT_EQ(mem.Attach(p + 1), 0);
+  EXPECT_EQ(mem.Attach(static_cast<void *>(nullptr)), 0);
+  EXPECT_EQ(mem.GetHandle(), handle);
 }
 
 TEST(Memory, ResizeKeepsTheAllocationFlags) {

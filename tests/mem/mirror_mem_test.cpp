@@ -137,6 +137,49 @@ TEST(Mirror, WhatCannotBeAnsweredIsRefused) {
   EXPECT_NE(mem.GetMirrorMem(), nullptr);
 }
 
+TEST(Mirror, PagesComeOnlyByBeingFilled) {
+  std::mt19937 random(8);
+  auto mem = test::Make(Kind::kReserved, 5 * kPage);
+  Bytes before = test::RandomBytes(random, 5 * kPage);
+  mem->PutBlock(0, before.size(), before.data());
+  ASSERT_EQ(mem->CreateMirrorMem(), 1);
+  PMirrorMem &mirror = *mem->GetMirrorMem();
+  ASSERT_EQ(mem->PokeByte(kPage, static_cast<unsigned char>(before[kPage] + 1)), 1);
+  ASSERT_EQ(mirror.Resize(3 * kPage), 1);
+  EXPECT_EQ(test::CommittedPages(mirror), (std::vector<bool>{false, true, false}));
+  EXPECT_EQ(mem->SwapMirrorMem(), 1);
+  EXPECT_EQ(test::Contents(*mem), before);
+
+  ASSERT_NE(mirror.AllocMemory(MEM_COMMIT, 5 * kPage), nullptr);
+  EXPECT_EQ(test::CommittedPages(mirror), std::vector<bool>(5));
+  EXPECT_EQ(mem->SwapMirrorMem(), 1);
+  EXPECT_EQ(test::Contents(*mem), before);
+  EXPECT_EQ(mirror.CommitMemory(mirror.GetPointer() + 3 * kPage), 1);
+  EXPECT_EQ(mem->PokeByte(3 * kPage, 0), 1);
+  EXPECT_EQ(mirror.PeekByte(3 * kPage), before[3 * kPage]);
+}
+
+/// A block that loses one page.
+struct LossyMem : PVirtualMem {
+  using PVirtualMem::CommitMemory;
+  unsigned char *CommitMemory(unsigned long dwOffset, unsigned long dwCount) override {
+    return lost && dwOffset == 0 ? nullptr : PVirtualMem::CommitMemory(dwOffset, dwCount);
+  }
+  bool lost = false;
+};
+
+TEST(Mirror, AnExchangePassesOverWhatTheBlockCannotCommit) {
+  LossyMem mem;
+  ASSERT_NE(mem.AllocMemory(MEM_RESERVE, 3 * kPage), nullptr);
+  ASSERT_EQ(mem.CreateMirrorMem(), 1);
+  for (unsigned long page : {0UL, 2UL}) EXPECT_EQ(mem.PokeByte(page * kPage, 5), 1);
+  mem.lost = true;
+  EXPECT_EQ(mem.SwapMirrorMem(), 1);
+  mem.lost = false;
+  EXPECT_EQ(mem.PeekByte(0), 5);
+  EXPECT_EQ(mem.PeekByte(2 * kPage), 0);
+}
+
 TEST(Mirror, ASourceThatShrinksStopsBeingSaved) {
   PMem small, large;
   ASSERT_NE(small.AllocMemory(GHND, 100), nullptr);

@@ -1,7 +1,7 @@
 // Reserved blocks: what is committed when, what a view taken over is, and blocks far larger than memory.
-#include "stores.h"
+#include <fstream>
 
-#include "qel/platform/kernel/file_mapping.h"
+#include "stores.h"
 
 namespace {
 
@@ -131,7 +131,15 @@ TEST(VirtualMem, BlocksBeyondFourGigabytesReachTheirLastByte) {
   EXPECT_EQ(mem.PeekByte(0), 0);
 }
 
+/// Bytes of memory that the process takes now.
+unsigned long ResidentBytes() {
+  unsigned long total = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> total >> resident;
+  return resident * PMem::GetPageSize();
+}
+
 TEST(VirtualMem, ATebibyteCostsOnlyWhatIsTouched) {
+  const unsigned long before = ResidentBytes();
   PVirtualMem mem;
   ASSERT_NE(mem.AllocMemory(MEM_RESERVE, 1UL << 40), nullptr);
   ASSERT_EQ(mem.CreateMirrorMem(), 1);
@@ -141,6 +149,7 @@ TEST(VirtualMem, ATebibyteCostsOnlyWhatIsTouched) {
   EXPECT_EQ(mem.Detach(), nullptr) << "no machine has a global block of that size";
   EXPECT_FALSE(mem.IsEmpty());
   EXPECT_EQ(PMem::GetSize(mem.GetPointer() + (1UL << 39)), 1UL << 40);
+  EXPECT_LT(ResidentBytes(), before + (64UL << 20));
 }
 
 }  // namespace
