@@ -3,7 +3,7 @@
 # sudo when not run as root. Nothing is asked and nothing is touched when all are there.
 set -euo pipefail
 
-needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev)
+needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev imagemagick)
 welcome=(ccache) # makes rebuilds faster; a build without it is the same
 
 have_dpkg() { command -v dpkg-query >/dev/null && command -v apt-get >/dev/null; }
