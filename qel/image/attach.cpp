@@ -21,23 +21,21 @@ namespace {
 
 constexpr size_t kMaxShareName = 15;
 
-/// True when a reservation of this process starts at `p`. A mapped view does not count: it goes with its mapping.
+/// True when a reservation or a mapped view starts at `p`. A view stays mapped when the image that took it over goes.
 bool StartsReservation(const void *p) {
   MEMORY_BASIC_INFORMATION info;
-  return VirtualQuery(p, &info, sizeof info) == sizeof info && info.AllocationBase == p && info.Type == MEM_PRIVATE;
+  return VirtualQuery(p, &info, sizeof info) == sizeof info && info.AllocationBase == p;
 }
 
 /// Checks the header of a packed DIB against the memory that holds it, repairs what may be left open in it (resolution,
-/// image size, colour count), and measures the image. False for what is no plain 40-byte header or claims more than
-/// there is.
+/// image size, colour count), and measures the image. False for what is no plain header or claims more than there is.
 bool CheckPackedInfo(PackedInfo *pInfo, unsigned long dwStoreSize, ImageMeasures *pMeasures) {
   BITMAPINFOHEADER &bih = pInfo->bih;
-  if (dwStoreSize < static_cast<unsigned long>(kHeaderBytes) || bih.biSize != static_cast<DWORD>(kHeaderBytes))
-    return false;
-  if (bih.biCompression != BI_RGB && bih.biCompression != BI_BITFIELDS) return false;
+  if (dwStoreSize < static_cast<unsigned long>(kHeaderBytes) || !IsPlainHeader(bih)) return false;
   if (PQel::GetImageType(reinterpret_cast<BITMAPINFO *>(pInfo)) == 10) return false;
   if (bih.biClrUsed == 0 && bih.biBitCount < 9) bih.biClrUsed = 1U << bih.biBitCount;
-  if (!MeasureImage({bih.biBitCount, bih.biWidth, bih.biHeight, bih.biCompression, bih.biClrUsed, 0}, pMeasures))
+  if (!MeasureImage({bih.biBitCount, bih.biWidth, bih.biHeight, bih.biCompression, bih.biClrUsed, 0, bih.biSize},
+                    pMeasures))
     return false;
   if (static_cast<unsigned long>(pMeasures->lStoreBytes) > dwStoreSize) return false;
   bih.biSizeImage = static_cast<DWORD>(pMeasures->lLinearBytes);

@@ -62,15 +62,6 @@ PMem *NewStore(unsigned nFlags, unsigned long dwSize) {
   return store.release();
 }
 
-/// True when a packed DIB's header describes plain rows, with masks and table where they are looked for: behind 40
-/// bytes.
-bool IsPlainHeader(const BITMAPINFOHEADER &bih) {
-  if (bih.biSize < static_cast<DWORD>(kHeaderBytes)) return false;
-  if (bih.biCompression != BI_RGB && bih.biCompression != BI_BITFIELDS) return false;
-  const bool bNeedsTable = bih.biCompression == BI_BITFIELDS || bih.biBitCount < 9 || bih.biClrUsed != 0;
-  return bih.biSize == static_cast<DWORD>(kHeaderBytes) || !bNeedsTable;
-}
-
 }  // namespace
 
 // Stores -------------------------------------------------------------------------------------------------------------
@@ -187,11 +178,8 @@ int PQel::GenerateImage(PQel *pSrc, int nMemFlags, int bBlock, int bUndo) {
   if (!CreateImage(pSrc->GetBI(), 0, 0, 10, nMemFlags, bBlock, 0)) return 0;
   PMem memLine;
   unsigned char *const pLine = memLine.AllocMemory(GHND, static_cast<unsigned long>(m_lLineBytes));
-  const int bRepeat = pSrc->m_bRepeat;
-  pSrc->m_bRepeat = 0;  // a copy of the image itself, whatever shift its tiles have
   long y = pLine != nullptr ? m_lHeight - 1 : m_lHeight;
   while (y >= 0 && y < m_lHeight && pSrc->GetHorLine(y, pLine) && PutHorLine(y, pLine)) --y;
-  pSrc->m_bRepeat = bRepeat;
   if (y >= 0) {
     DeleteImage(1);
     return 0;

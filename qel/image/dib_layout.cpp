@@ -30,6 +30,15 @@ bool MeasureBlocks(const ImageShape &shape, ImageMeasures *p) {
 
 }  // namespace
 
+bool IsPlainHeader(const BITMAPINFOHEADER &bih) {
+  if (bih.biCompression != BI_RGB && bih.biCompression != BI_BITFIELDS) return false;
+  if (bih.biSize == static_cast<DWORD>(kHeaderBytes)) return true;
+  // A longer one stays in front of the scratch line, where a header block has the table.
+  const bool bNeedsTable = bih.biBitCount < 9 || bih.biClrUsed != 0;
+  return bih.biSize > static_cast<DWORD>(kHeaderBytes) && !bNeedsTable &&
+         bih.biSize <= static_cast<DWORD>(kHeaderBytes + kMaxColors * 4);
+}
+
 bool MeasureImage(const ImageShape &shape, ImageMeasures *pMeasures) {
   constexpr long kMax = std::numeric_limits<LONG>::max();
   if (shape.nBits < 1 || shape.lWidth < 1 || shape.lWidth > kMax) return false;
@@ -39,7 +48,7 @@ bool MeasureImage(const ImageShape &shape, ImageMeasures *pMeasures) {
   ImageMeasures m;
   m.lRows = shape.lHeight < 0 ? -shape.lHeight : shape.lHeight;
   m.lLineBytes = RowBytes(shape.nBits, shape.lWidth);
-  m.lPixelOffset = ColorTableOffset(shape.dwCompression) + 4 * shape.lColors;
+  m.lPixelOffset = shape.lHeaderBytes - kHeaderBytes + ColorTableOffset(shape.dwCompression) + 4 * shape.lColors;
   if (!Multiply(m.lLineBytes, m.lRows, &m.lLinearBytes)) return false;
   m.lStoreBytes = m.lLinearBytes;
   if (shape.lBlockSize != 0 && !MeasureBlocks(shape, &m)) return false;

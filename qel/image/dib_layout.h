@@ -39,6 +39,7 @@ struct ImageShape {
   DWORD dwCompression = BI_RGB;
   long lColors = 0;     // entries of the colour table
   long lBlockSize = 0;  // edge of a block; 0: linear layout
+  long lHeaderBytes = kHeaderBytes;
 };
 
 /// What follows from it.
@@ -52,6 +53,10 @@ struct ImageMeasures {
   long lBlockBytes = 0;
   long lStoreBytes = 0;
 };
+
+/// True when a packed DIB from outside describes plain rows, with masks and table where they are looked for: behind 40
+/// bytes. A longer header passes when no table is in use; its masks stand at 40 too.
+bool IsPlainHeader(const BITMAPINFOHEADER &bih);
 
 /// Measures an image. False, for what is no image (width below 1, no rows, bits 0), does not fit a header's fields, or
 /// overflows; `*pMeasures` is undefined then.

@@ -72,7 +72,8 @@ class QEL_API PQel : public CObject {
   /// Creates an image from a packed DIB and copies its pixels.
   int GenerateImage(BITMAPINFO *pbi, int nMemFlags, int bBlock, int bUndo);
 
-  /// Creates a copy of another image in the given store and layout.
+  /// Creates a copy of another image in the given store and layout, read row by row: from a repeating image in block
+  /// layout that is the plane from the origin on, whose rows its periods may have shifted.
   int GenerateImage(PQel *pSrc, int nMemFlags, int bBlock, int bUndo);
 
   /// Creates an image from a bitmap resource of a module (null: the executable). (fileio/dib_resource.cpp)
@@ -80,7 +81,8 @@ class QEL_API PQel : public CObject {
 
   // Attachment (image/attach.cpp) ------------------------------------------------------------------------------------
 
-  /// Takes over a packed DIB that starts a locked global block or a reservation; the memory is the image's then.
+  /// Takes over a packed DIB that starts a locked global block or a reservation; the memory is the image's then. A
+  /// mapped view is written in place and stays its mapping's, which has to outlive the image.
   int Attach(BITMAPINFO *pbi);
 
   /// Takes over a packed DIB in a global-memory handle. A failure leaves the handle the caller's.

@@ -60,7 +60,10 @@ int PQel::EnableBlock(int bEnable, long lBlockSize) {
   PQel old;
   old.CopyObject(this);
   m_lBlockSize = lSize;
+  const int bRepeat = old.m_bRepeat;
+  old.m_bRepeat = 0;  // what its periods shift out of sight would be lost
   if (GenerateImage(&old, old.m_nMemType, bEnable, old.m_bUndo)) return 1;
+  old.m_bRepeat = bRepeat;
   CopyObject(&old);
   return 0;
 }

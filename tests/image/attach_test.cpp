@@ -78,6 +78,38 @@ TEST(Attach, RepairsResolution) {
   }
 }
 
+TEST(Attach, AViewStaysItsMappings) {
+  std::mt19937 random(4);
+  const auto dib = test::BuildDib({8, 16, 16}, random);
+  PMemMapFile mapping;
+  ASSERT_NE(mapping.AllocMemory(MEM_RESERVE, 4096), nullptr);
+  ASSERT_EQ(mapping.PutBlock(0, dib.size(), const_cast<unsigned char *>(dib.data())), 1);
+  {
+    Probe image;
+    ASSERT_EQ(image.Attach(reinterpret_cast<BITMAPINFO *>(mapping.GetPointer())), 1);
+    EXPECT_EQ(image.GetMemType(), 4);
+    EXPECT_EQ(test::Pixels(image), test::ReadDib(dib.data()));
+    image.m_pMem->PokeByte(2000, 0x5A);
+  }
+  EXPECT_EQ(mapping.PeekByte(2000), 0x5A);
+}
+
+TEST(Attach, LongerHeadersWithoutATable) {
+  std::mt19937 random(6);
+  for (const DWORD bytes : {108u, 124u, 1064u})
+    for (const auto &shape :
+         std::vector<test::DibShape>{{24, 5, 11}, {16, 21, -4, {0xF800, 0x7E0, 0x1F}}, {32, 9, 4}}) {
+      const auto dib = test::WithHeaderBytes(test::BuildDib(shape, random), bytes);
+      Probe image;
+      ASSERT_EQ(image.Attach(test::ToGlobal(dib)), 1);
+      EXPECT_EQ(image.GetLmmOffset(), static_cast<long>(bytes) + (shape.masks.empty() ? 0 : 12));
+      EXPECT_EQ(test::Pixels(image), test::ReadDib(dib.data()));
+      EXPECT_EQ(image.GetImageType(), shape.bits == 16 ? 7 : shape.bits == 24 ? 1 : 8);
+      const auto back = test::FromGlobal(image.GetDIB());
+      EXPECT_TRUE(std::equal(back.begin() + 40, back.end(), dib.begin() + 40, dib.end())) << "the long header stays";
+    }
+}
+
 TEST(Attach, KeepsTheUndoSwitch) {
   std::mt19937 random(4);
   const auto dib = test::BuildDib({8, 30, 30}, random);
@@ -119,6 +151,17 @@ TEST(Detach, EveryKeepingLeavesAsALinearDib) {
     }
 }
 
+TEST(Detach, WithoutMemoryKeepsTheImage) {
+  Probe image;
+  if (image.CreateImage(1, 400000, 66000000, 0, nullptr, 1, 1, 4, 0, 0) == 0) GTEST_SKIP() << "no 72 TiB to reserve";
+  unsigned char pixel[] = {1, 2, 3}, back[3] = {};
+  ASSERT_EQ(image.PutHorLine(7, 7, 7, pixel), 1);
+  EXPECT_EQ(image.Detach(), nullptr) << "there is no room for it twice";
+  EXPECT_EQ(image.GetMemType(), 4);
+  EXPECT_EQ(image.GetHorLine(7, 7, 7, back), 1);
+  EXPECT_EQ(std::memcmp(pixel, back, 3), 0);
+}
+
 TEST(Attach, RefusalsLeaveBothSidesAsTheyWere) {
   std::mt19937 random(9);
   Probe image;
@@ -146,11 +189,6 @@ TEST(Attach, RefusalsLeaveBothSidesAsTheyWere) {
   std::memcpy(middle, good.data(), good.size());
   EXPECT_EQ(image.Attach(reinterpret_cast<BITMAPINFO *>(middle)), 0) << "not the start of its reservation";
   EXPECT_NE(VirtualFree(base, 0, MEM_RELEASE), 0);
-
-  PMemMapFile mapping;
-  ASSERT_NE(mapping.AllocMemory(MEM_COMMIT, 4096), nullptr);
-  mapping.PutBlock(0, good.size(), const_cast<unsigned char *>(good.data()));
-  EXPECT_EQ(image.Attach(reinterpret_cast<BITMAPINFO *>(mapping.GetPointer())), 0) << "a view belongs to its mapping";
   EXPECT_EQ(test::Pixels(image), test::ReadDib(held.data()));
 }
 
@@ -161,10 +199,11 @@ bool NaivelySound(const std::vector<unsigned char> &dib) {
   std::memcpy(&bih, dib.data(), sizeof bih);
   bool bits = false;
   for (int b : {1, 4, 8, 16, 24, 32, 48}) bits |= bih.biBitCount == b;
-  if (!bits || bih.biSize != 40 || (bih.biCompression != 0 && bih.biCompression != 3)) return false;
+  if (!bits || bih.biSize < 40 || (bih.biCompression != 0 && bih.biCompression != 3)) return false;
+  if (bih.biSize > 40 && (bih.biSize > 1064 || bih.biBitCount < 9 || bih.biClrUsed != 0)) return false;
   if (bih.biWidth < 1 || bih.biHeight == 0 || bih.biHeight == std::numeric_limits<LONG>::min() || bih.biClrUsed > 256)
     return false;
-  unsigned __int128 claim = 40;
+  unsigned __int128 claim = bih.biSize;
   if (bih.biCompression == 3) claim += 12;
   claim += 4u * (bih.biClrUsed == 0 && bih.biBitCount < 9 ? 1u << bih.biBitCount : bih.biClrUsed);
   const auto rows = static_cast<unsigned long>(bih.biHeight < 0 ? -static_cast<long>(bih.biHeight) : bih.biHeight);

@@ -348,7 +348,7 @@ TEST(Generate, CopyOfAnotherImage) {
         test::NaiveImage pixels(43, 29, kBits[type]);
         pixels.Randomise(random);
         pixels.Store(source);
-        source.SetRepeat(5, 3);  // the copy is one of the image, not of its tiles
+        source.SetRepeat(0, 0);
         ASSERT_EQ(image.GenerateImage(&source, to.memFlags, to.block, 1), 1);
         EXPECT_EQ(test::Pixels(image), pixels) << "type " << type;
         EXPECT_EQ(image.GetImageType(), type);
@@ -356,7 +356,7 @@ TEST(Generate, CopyOfAnotherImage) {
         EXPECT_EQ(image.GetMemType(), to.memFlags);
         EXPECT_EQ(image.m_bUndo, 1);
         EXPECT_EQ(image.m_bRepeat, 0);
-        EXPECT_EQ(source.GetXRepeat(), 5);
+        EXPECT_EQ(source.GetXRepeat(), 43);
         EXPECT_EQ(source.IsEnableRepeat(), 1);
       }
   Probe image, empty;
@@ -365,6 +365,50 @@ TEST(Generate, CopyOfAnotherImage) {
   EXPECT_EQ(image.GenerateImage(&empty, 1, 0, 0), 0);
   EXPECT_EQ(image.GenerateImage(static_cast<PQel *>(nullptr), 1, 0, 0), 0);
   ExpectSmallImage(image);
+}
+
+// Whole rows of linear layout know no tiles; rows of block layout are those of the plane.
+TEST(Generate, CopyOfARepeatingImage) {
+  std::mt19937 random(14);
+  for (const int bits : {1, 8}) {
+    for (const int block : {0, 1}) {
+      Probe source, image;
+      source.m_lBlockSize = 16;
+      ASSERT_EQ(test::Create(source, bits == 1 ? 0 : 3, 43, 29, {1, block, false}), 1);
+      test::NaiveImage pixels(43, 29, bits);
+      pixels.Randomise(random);
+      pixels.Store(source);
+      source.SetRepeat(5, 3);
+      ASSERT_EQ(image.GenerateImage(&source, 1, 0, 0), 1);
+      test::NaiveImage want = pixels;
+      for (long y = 0; block && y < 29; ++y) {
+        long sourceX = 0, sourceY = 0;
+        for (long x = 0; x < 43; ++x, ++sourceX) {
+          if (x == 0 || sourceX == 43) {  // where a run starts, its source is looked up
+            sourceX = ((x - y / 3 * 5) % 43 + 43) % 43;
+            sourceY = ((y - x / 5 * 3) % 29 + 29) % 29;
+          }
+          want.At(x, y) = pixels.At(sourceX, sourceY);
+        }
+      }
+      EXPECT_EQ(test::Pixels(image), want) << bits << " bits, block " << block;
+      EXPECT_EQ(image.IsEnableRepeat(), 0);
+      EXPECT_EQ(source.IsEnableRepeat(), 1);
+    }
+  }
+}
+
+TEST(Generate, LongerHeadersWithoutATable) {
+  std::mt19937 random(6);
+  for (const auto &shape : std::vector<test::DibShape>{
+           {24, 5, 11}, {16, 21, -4, {0x7C00, 0x3E0, 0x1F}}, {16, 21, 4, {0xF800, 0x7E0, 0x1F}}, {48, 7, 7}}) {
+    auto dib = test::WithHeaderBytes(test::BuildDib(shape, random), 124);
+    Probe image;
+    ASSERT_EQ(image.GenerateImage(reinterpret_cast<BITMAPINFO *>(dib.data()), 1, 0, 0), 1) << shape.bits;
+    EXPECT_EQ(test::Pixels(image), test::ReadDib(dib.data()));
+    EXPECT_EQ(image.GetBIH()->biSize, 40u);
+    EXPECT_EQ(image.GetImageType(), PQel::GetImageType(reinterpret_cast<BITMAPINFO *>(dib.data())));
+  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 #include <tuple>
 
 #include "support/dib.h"
@@ -80,6 +81,16 @@ TEST(Object, DeleteForgetsEverything) {
     image.DeleteImage(1);
     ExpectEmpty(image);
   }
+}
+
+TEST(Object, DeleteCanLeaveTheStoreAlone) {
+  Probe image;
+  ASSERT_EQ(image.CreateImage(5, 16, 16, 0, nullptr, 1, 1, 4, 0, 0), 1);
+  image.m_pMem->PokeByte(1100, 0x5A);
+  const std::unique_ptr<PMem> store(image.m_pMem);
+  image.DeleteImage(0);
+  ExpectEmpty(image);
+  EXPECT_EQ(store->PeekByte(1100), 0x5A);
 }
 
 TEST(Object, MovesAnImage) {

@@ -49,6 +49,14 @@ inline std::vector<unsigned char> BuildDib(const DibShape &shape, std::mt19937 &
   return dib;
 }
 
+/// The same DIB behind a longer header: masks stand where they stood, the rest of the header is 0x5A.
+inline std::vector<unsigned char> WithHeaderBytes(std::vector<unsigned char> dib, DWORD bytes) {
+  const bool masks = reinterpret_cast<const BITMAPINFOHEADER *>(dib.data())->biCompression == 3;
+  dib.insert(dib.begin() + (masks ? 52 : 40), bytes - 40, 0x5A);
+  std::memcpy(dib.data(), &bytes, 4);
+  return dib;
+}
+
 /// The pixels of a packed DIB in `bytes`, whatever wrote it.
 inline NaiveImage ReadDib(const unsigned char *bytes) {
   BITMAPINFOHEADER bih;
