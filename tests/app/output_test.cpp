@@ -159,7 +159,7 @@ TEST(Output, LeavesTheOlderFileWhenTheDiskIsFull) {
   EXPECT_EQ(outcome.out, "out.bmp\n");
 }
 
-/// Ends `qel` while it writes; false when it was done before that could be seen.
+/// Ends `qel` while it writes; false when it was done, and well done, before that could be seen.
 bool InterruptWhileWriting(const Place &place) {
   // Rows that a file lacks read as 0, so a header alone makes a picture that takes a while to write.
   test::BmpHeader header;
@@ -167,10 +167,13 @@ bool InterruptWhileWriting(const Place &place) {
   test::WriteFile(place.in, header.Pack());
   const test::Scratch streams;
   const pid_t child = test::Start(streams, {QEL_PROGRAM, "convert", place.in, place.out, "--store", "reserved"});
-  while (place.Names().size() == 1)
-    if (waitpid(child, nullptr, WNOHANG) != 0) return false;
+  siginfo_t done{};
+  while (place.Names().size() == 1 && done.si_pid == 0) waitid(P_PID, child, &done, WEXITED | WNOHANG | WNOWAIT);
   kill(child, SIGTERM);
-  return test::Wait(child) == 128 + SIGTERM;
+  const int status = test::Wait(child);
+  if (status == 0) return false;
+  EXPECT_EQ(status, 128 + SIGTERM) << test::ReadFile(streams / "err");
+  return true;
 }
 
 TEST(Output, LeavesNothingBesideWhenInterrupted) {
