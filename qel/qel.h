@@ -1,6 +1,7 @@
 // Everything that the engine offers.
 #pragma once
 
+#include "qel/convert/itc.h"
 #include "qel/export.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"

@@ -1,15 +1,18 @@
 // PQel: the image, a device-independent bitmap of 1 to 48 bits a pixel in any memory store and layout.
 //
 // One class, declared here once; the members are defined by subject:
-//   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat access,
+//   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat
+//   access,
 //                 pixels and zoomed lines
 //   fileio/       DIB files
-//   ops/          whole-image operations
+//   convert/      whole images of one format into another
+//   geometry/     turns, mirrors, rescaling, free rotation
+//   ops/          whole-image operations, blur
 //
 // Conventions of every operation: row 0 is the top row and column 0 the left one; spans include both ends, rectangles
-// exclude right and bottom; line buffers follow the DIB rule (1-bit pixels most significant bit first, 4-bit pixels high
-// nibble first, 24-bit pixels blue, green, red); results are 1 for success and 0 for failure, null for pointers. An image
-// is used by one thread at a time.
+// exclude right and bottom; line buffers follow the DIB rule (1-bit pixels most significant bit first, 4-bit pixels
+// high nibble first, 24-bit pixels blue, green, red); results are 1 for success and 0 for failure, null for pointers.
+// An image is used by one thread at a time.
 #pragma once
 
 #include "qel/export.h"
@@ -27,8 +30,8 @@ struct ImageMeasures;
 struct PackedInfo;
 }  // namespace qel::image
 
-/// Told of an image's creation (1), deletion (2), reads (3, afterwards) and writes (4, beforehand): the image, the event,
-/// first x, first y, last x, last y, and the caller's buffer.
+/// Told of an image's creation (1), deletion (2), reads (3, afterwards) and writes (4, beforehand): the image, the
+/// event, first x, first y, last x, last y, and the caller's buffer.
 using ImageHookProc = void (*)(PQel *pImage, int nEvent, long lX0, long lY0, long lX1, long lY1, unsigned char *pBuf);
 
 /// Where an image's store lies.
@@ -58,10 +61,10 @@ class QEL_API PQel : public CObject {
 
   /// Creates an image of a type (0 to 9), `lWidth` columns and |lHeight| rows (negative: top row stored first).
   /// nClrUsed, pPal: size of the colour table and its entries (0: the type's own size; null: the standard palette).
-  /// dwDpmX, dwDpmY: dots per metre (0: the other's value, both 0: the desktop's). nMemFlags: stores to try in the order
-  /// 1 global memory, 4 reserved memory, 8 named mapping; 0x100 commits all pages at once. bBlock: square-block layout.
-  /// bUndo: with an undo copy. Pixels are not initialised. 0 for a bad size or type (the image is kept), or when no store
-  /// can be had (the image is empty).
+  /// dwDpmX, dwDpmY: dots per metre (0: the other's value, both 0: the desktop's). nMemFlags: stores to try in the
+  /// order 1 global memory, 4 reserved memory, 8 named mapping; 0x100 commits all pages at once. bBlock: square-block
+  /// layout. bUndo: with an undo copy. Pixels are not initialised. 0 for a bad size or type (the image is kept), or
+  /// when no store can be had (the image is empty).
   int CreateImage(int nType, long lWidth, long lHeight, int nClrUsed, RGBQUAD *pPal, unsigned long dwDpmX,
                   unsigned long dwDpmY, int nMemFlags, int bBlock, int bUndo);
 
@@ -131,7 +134,8 @@ class QEL_API PQel : public CObject {
   /// Repeat mode: the image as an endless plane tiled with copies of itself. `b` 1 with periods of 0: the image's size.
   void EnableRepeat(int b);
 
-  /// Turns repeat mode on: every lY rows the tiles shift by lX columns, every lX columns by lY rows; 0: the image's size.
+  /// Turns repeat mode on: every lY rows the tiles shift by lX columns, every lX columns by lY rows; 0: the image's
+  /// size.
   void SetRepeat(long lX, long lY);
 
   /// Takes over the repeat setting of another image.
@@ -207,9 +211,9 @@ class QEL_API PQel : public CObject {
   /// Bytes that a buffer needs for pixels x0 to x1, a multiple of 4; 0 for an empty image or span.
   long GetHorLineSize(long x0, long x1);
 
-  /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8; 0:
-  /// as set). The pixels are rebuilt; a failure keeps the image as it was. An empty image gives 0, but the next one that
-  /// is created here takes the size.
+  /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8;
+  /// 0: as set). The pixels are rebuilt; a failure keeps the image as it was. An empty image gives 0, but the next one
+  /// that is created here takes the size.
   int EnableBlock(int bEnable, long lBlockSize);
 
   /// The rectangle of changed pixels: grow it (null: the whole image), empty it, read it.
@@ -311,7 +315,8 @@ class QEL_API PQel : public CObject {
   /// Inverts the palette (bPixels 0, 8 bits and fewer) or every pixel.
   int Invert(int bPixels);
 
-  /// Copies a rectangle of `pSrc` (null: all of it) to a point of this image (null: the origin); `pSrc` may be this image.
+  /// Copies a rectangle of `pSrc` (null: all of it) to a point of this image (null: the origin); `pSrc` may be this
+  /// image.
   int CopyRect(PQel *pSrc, POINT *pPoint, RECT *pRect);
 
   /// 1 when widths and heights are equal, or either image repeats.
@@ -319,6 +324,78 @@ class QEL_API PQel : public CObject {
 
   /// Combines an image of the same size and depth into this one byte by byte: 0 AND, 1 OR, 2 XOR.
   int Composite(PQel *pSrc, unsigned int nOp);
+
+  // Blur (ops/blur.cpp) ----------------------------------------------------------------------------------------------
+
+  /// Width of the kernel of a Gaussian blur: an odd number, 1 for a sigma below 0.1; 0 when memory is short.
+  int GetGaussianFilterWidth(double sigma);
+
+  /// Blurs an area of `pSrc` (null: this image) into this image, with a standard deviation of `sigma` pixels. 8 bits
+  /// and fewer are blurred as gray levels, deeper images as 24-bit pixels. 0 for a sigma that is not above 0, an area
+  /// (null: the whole image) that is empty or not inside both images, and when memory is short.
+  int GaussianBlur(PQel *pSrc, double sigma, RECT *pArea);
+
+  /// Moves a gray line by (256 - |nShift|) / 256 of a pixel toward higher indices, in place; 0 does nothing.
+  static void SlantGrayLine(int nShift, BYTE *pLine, int nCount);
+
+  // Conversion of whole images (convert/convert_image.cpp) -----------------------------------------------------------
+
+  /// Fills this image from one of the same size and another type. nThreshold: from which gray level on 256 grays become
+  /// white in a monochrome image; the other numbers are not used. 0, and nothing written, for null, empty images,
+  /// different sizes, and a pair of types that it does not know.
+  int ConvertImage(PQel *pSrc, int nParam1, int nThreshold, int nParam3);
+
+  /// Change this image's own type, keeping its size; it is kept in global memory in linear layout then. 0, and the
+  /// image as it was, when it is empty, its type cannot be converted, or memory is short.
+  int ConvertTo24bit();
+  int ConvertTo256Gray();
+
+  // Turns and mirrors (geometry/) ------------------------------------------------------------------------------------
+
+  /// Makes this image from another by an operation: 0 copy and invert (lWidth as in Invert), 1 to 3 mirror left to
+  /// right, top to bottom, through the centre, 4 and 5 quarter turn to the left and right, 6 to 8 rescale to lWidth x
+  /// lHeight (0: the source's) in the source's type, 24 bits, 256 grays. Codes 0 to 3 work in place without a source;
+  /// the others want a source and an empty image here. nMemFlags, bBlock, bUndo: as in CreateImage. (transform.cpp)
+  int GenerateImage(PQel *pSource, unsigned int nOperation, long lWidth, long lHeight, int nMemFlags, int bBlock,
+                    int bUndo);
+
+  /// Write a source, turned by a quarter counter-clockwise or clockwise, into this image, which has the source's format
+  /// and its size with width and height exchanged; 0 when it has not. (turn.cpp)
+  int RotateImageLeft(PQel *pSource);
+  int RotateImageRight(PQel *pSource);
+
+  /// Write a source of this image's format and size, or this image itself (null), mirrored left to right, top to bottom
+  /// or through the centre. (mirror.cpp)
+  int MirrorHorizontal(PQel *pSource);
+  int MirrorVertical(PQel *pSource);
+  int MirrorDiagonal(PQel *pSource);
+
+  // Rescaling (geometry/rescale*.cpp) --------------------------------------------------------------------------------
+
+  /// Resamples a source to this image's size: palettes by nearest neighbour, all else by linear interpolation (larger)
+  /// and exact area averages (smaller), each direction on its own. A 24-bit image takes every source, 256 grays also
+  /// monochrome, other types their own kind; 0 for other pairs.
+  int RescaleImage(PQel *pSource);
+
+  /// Row lRow of this image resampled to lDestWidth pixels by a zoom table of the columns. nBitCount: the bits of the
+  /// image that it is for; 24 asks for 24-bit pixels. 0 for a row outside the image and when memory is short.
+  int GetRescaleLine(long lDestWidth, long lRow, unsigned char *pbyLine, int *pnMap, int *plWeight1, int *plWeight2,
+                     int nBitCount);
+
+  /// Becomes the 24-bit image of a source resampled to nWidth x nHeight. Pixels where `pMask` (null: none; of the
+  /// source's size) is 255 are left out, so that their colours do not bleed into the others. The source stays as it
+  /// was.
+  int Rescale24bit(PQel *pSource, PQel *pMask, int nWidth, int nHeight);
+
+  // Free rotation (geometry/rotate.cpp) ------------------------------------------------------------------------------
+
+  /// Becomes the 24-bit (256-gray) image of a source turned counter-clockwise by nAngle degrees, large enough to hold
+  /// it; each pixel is the average of nSample x nSample points (1 to 256). Uncovered points take `dwBackground` (red in
+  /// the low byte; for gray the level), or the nearest edge pixel. 0 for null or this image as source, and when the
+  /// image cannot be created (this image is empty then).
+  int Rotate24bitImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground);
+  int Rotate24bitImage(PQel *pSource, int nAngle, int nSample);
+  int RotateGrayImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground);
 
   // Shared tables ----------------------------------------------------------------------------------------------------
 
@@ -490,31 +567,54 @@ class QEL_API PQel : public CObject {
 
   int xFillRows(long long llColor, unsigned long dwTrio);
 
+  // Turns and rescaling ----------------------------------------------------------------------------------------------
+
+  /// Turn the tile `pRect` of the source to `pDest`.
+  int xRotateBlockLeft(PQel *pSource, POINT *pDest, RECT *pRect);
+  int xRotateBlockRight(PQel *pSource, POINT *pDest, RECT *pRect);
+
+  int xRescaleImageInterpolation(PQel *pSource);
+  int xRescaleImageOther(PQel *pSource);
+
+  /// Zoom tables of one direction: for each step whether the walk moves on, and the weights.
+  void xBuildZoomTable(long lSource, long lDest, int *pnMap, int *plWeight1, int *plWeight2);
+  void xBuildZoomInTable(long lSource, long lDest, int *pnMap, int *plWeight1, int *plWeight2);
+  void xBuildZoomOutTable(long lSource, long lDest, int *pnMap, int *plWeight);
+
+  // Blur -------------------------------------------------------------------------------------------------------------
+
+  /// Writes the kernel of a Gaussian (room for 256 weights) and returns its width.
+  static int xGetGaussianFilterMatrix(int *pWeights, double sigma);
+
+  /// Filter a line of gray or 24-bit pixels by a table of the kernel's products; the edge pixels go on beyond the line.
+  static void xDoGrayGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n);
+  static void xDo24bitGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n);
+
   // Fields -----------------------------------------------------------------------------------------------------------
 
-  PMem *m_pMem;               // pixel store, owned; null when empty
-  int m_nMemType;             // 1 global memory (also when empty), 4 reserved memory, 8 named mapping
-  int m_nImageType;           // type code; 10 when empty
-  long m_lLmmOffset;          // offset of the first pixel in the store
-  long m_lHeight;             // rows, always positive
-  long m_lBlockSize;          // edge of a storage block in pixels
-  long m_lLineBytes;          // bytes of a stored row
-  int m_bBlock;               // square-block layout
-  int m_bRepeat;              // repeat mode
-  int m_bAntiAlias;           // anti-aliased drawing
-  int m_bUndo;                // undo copy
-  long m_lXRepeat;            // repeat periods
+  PMem *m_pMem;       // pixel store, owned; null when empty
+  int m_nMemType;     // 1 global memory (also when empty), 4 reserved memory, 8 named mapping
+  int m_nImageType;   // type code; 10 when empty
+  long m_lLmmOffset;  // offset of the first pixel in the store
+  long m_lHeight;     // rows, always positive
+  long m_lBlockSize;  // edge of a storage block in pixels
+  long m_lLineBytes;  // bytes of a stored row
+  int m_bBlock;       // square-block layout
+  int m_bRepeat;      // repeat mode
+  int m_bAntiAlias;   // anti-aliased drawing
+  int m_bUndo;        // undo copy
+  long m_lXRepeat;    // repeat periods
   long m_lYRepeat;
-  PMem m_memBI;               // header block: header, masks, 256 colour entries, scratch line
+  PMem m_memBI;                 // header block: header, masks, 256 colour entries, scratch line
   unsigned char *m_pbyLineBuf;  // scratch line in the header block: at least 1024 bytes and one row
-  RGBQUAD *m_pRGBQuad;        // colour table in the header block
-  BITMAPINFOHEADER *m_pBIH;   // start of the header block; null when empty
-  PMem m_memBlockTable;       // holds the block table
-  long m_lXBlocks;            // blocks across and down, in block layout
+  RGBQUAD *m_pRGBQuad;          // colour table in the header block
+  BITMAPINFOHEADER *m_pBIH;     // start of the header block; null when empty
+  PMem m_memBlockTable;         // holds the block table
+  long m_lXBlocks;              // blocks across and down, in block layout
   long m_lYBlocks;
-  long m_lBlockBytes;         // bytes of a block
-  long *m_plBlockTable;       // store offset of each block; null when not built
-  CRect m_rcInvalid;          // rectangle of changed pixels
+  long m_lBlockBytes;    // bytes of a block
+  long *m_plBlockTable;  // store offset of each block; null when not built
+  CRect m_rcInvalid;     // rectangle of changed pixels
   ImageHookProc m_pfnHook;
 };
 

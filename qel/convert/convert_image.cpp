@@ -1,0 +1,3 @@
+// Whole images of one format into another, row by row, without an agent.
+
+#include "qel/convert/itc.h"

@@ -1,0 +1,3 @@
+// A palette of 256 colours made for one picture.
+
+#include "qel/convert/itc.h"

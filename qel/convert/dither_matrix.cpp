@@ -1,0 +1,3 @@
+// The matrices of the six families of ordered dither.
+
+#include "qel/convert/itc.h"

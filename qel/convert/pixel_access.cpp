@@ -1,0 +1,3 @@
+// Single pixels of the source and destination lines of an agent.
+
+#include "qel/convert/itc.h"

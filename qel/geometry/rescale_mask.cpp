@@ -1,0 +1,3 @@
+// Rescaling to 24 bits with pixels left out by a mask.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// Free rotation by point samples.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// The entry point of whole-image transforms by code.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// Quarter turns, tile by tile.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// The tables that carry the geometry of a rescaling.
+
+#include "qel/image/image.h"

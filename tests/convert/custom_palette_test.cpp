@@ -1,0 +1,5 @@
+// Custom palettes.
+
+#include <gtest/gtest.h>
+
+#include "qel/convert/itc.h"

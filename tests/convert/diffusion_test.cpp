@@ -1,0 +1,5 @@
+// Error diffusion.
+
+#include <gtest/gtest.h>
+
+#include "qel/convert/itc.h"

@@ -1,0 +1,5 @@
+// Rectangles and lines through an agent.
+
+#include <gtest/gtest.h>
+
+#include "qel/convert/itc.h"

@@ -1,0 +1,5 @@
+// Ordered dither.
+
+#include <gtest/gtest.h>
+
+#include "qel/convert/itc.h"

@@ -1,0 +1,5 @@
+// Colour maps.
+
+#include <gtest/gtest.h>
+
+#include "qel/convert/itc.h"

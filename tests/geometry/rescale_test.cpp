@@ -1,0 +1,5 @@
+// Rescaling.
+
+#include <gtest/gtest.h>
+
+#include "qel/image/image.h"

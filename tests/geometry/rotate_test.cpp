@@ -1,0 +1,5 @@
+// Free rotation.
+
+#include <gtest/gtest.h>
+
+#include "qel/image/image.h"

@@ -1,0 +1,5 @@
+// Gaussian blur.
+
+#include <gtest/gtest.h>
+
+#include "qel/image/image.h"
