@@ -5,6 +5,7 @@
 #include "qel/export.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/rescale.h"
 #include "qel/lines/run_fill.h"
 #include "qel/lines/shift_copy.h"
 #include "qel/mem/mem.h"
