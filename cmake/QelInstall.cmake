@@ -30,6 +30,7 @@ foreach(header IN LISTS public_headers)
 endforeach()
 
 install(TARGETS qel EXPORT qelTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(FILES "${PROJECT_BINARY_DIR}/qel/qel/palette.map" DESTINATION "${CMAKE_INSTALL_LIBDIR}/qel")
 if(TARGET qel_cli)
   install(TARGETS qel_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()

@@ -1,0 +1,28 @@
+// A coarse histogram of 24-bit pixels: 512 cells, one for each combination of eight levels a channel. Level q of a
+// channel value c is (7 c + 128) >> 8, the cell's number red level x 64 + green level x 8 + blue level.
+#pragma once
+
+#include <cstdint>
+
+namespace qel::lines {
+
+constexpr int kColorCells = 512;
+constexpr std::int32_t kMostCellPixels = 0x7FFFFF;  // its sums stay within 31 bits
+
+/// What a cell has counted.
+struct ColorCell {
+  std::int32_t blue;  // sums of the channels
+  std::int32_t green;
+  std::int32_t red;
+  std::int32_t count;
+};
+
+/// The level of a channel value.
+constexpr int ColorLevel(int value) {
+  return (7 * value + 128) >> 8;
+}
+
+/// Adds n 24-bit pixels, in their order, to the 512 cells. A cell that holds kMostCellPixels takes no more.
+void CountColors(ColorCell *cells, const unsigned char *line, long n);
+
+}  // namespace qel::lines
