@@ -21,6 +21,9 @@ namespace qel::lines {
 /// Each bit becomes 0 or 255; with `invert` the other way round.
 void BitsToGray(unsigned char *dst, const unsigned char *src, long n, bool invert);
 
+/// n 24-bit pixels to (30 red + 59 green + 11 blue) / 100, truncated: the levels that colour conversion compares.
+void Rgb24ToLuma(unsigned char *dst, const unsigned char *src, long n);
+
 /// Each nibble becomes nibble x 17.
 void NibblesToGray(unsigned char *dst, const unsigned char *src, long n);
 

@@ -22,6 +22,11 @@ void Rgb24ToGray(unsigned char *dst, const unsigned char *src, long n) {
     dst[i] = static_cast<unsigned char>(DivideBy255(77u * src[2] + 150u * src[1] + 28u * src[0]));
 }
 
+void Rgb24ToLuma(unsigned char *dst, const unsigned char *src, long n) {
+  for (long i = 0; i < n; ++i, src += 3)
+    dst[i] = static_cast<unsigned char>((30u * src[2] + 59u * src[1] + 11u * src[0]) / 100u);
+}
+
 void GrayToBits(unsigned char *dst, const unsigned char *src, long n, bool invert, unsigned char threshold) {
   const int flip = invert ? 0xFF : 0;
   for (; n > 0; ++dst) {

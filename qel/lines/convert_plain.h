@@ -4,6 +4,7 @@
 namespace qel::lines::plain {
 
 void Rgb24ToGray(unsigned char *dst, const unsigned char *src, long n);
+void Rgb24ToLuma(unsigned char *dst, const unsigned char *src, long n);
 void GrayToBits(unsigned char *dst, const unsigned char *src, long n, bool invert, unsigned char threshold);
 void GrayTo24(unsigned char *dst, const unsigned char *src, long n);
 void Rgb24To32(unsigned char *dst, const unsigned char *src, long n);

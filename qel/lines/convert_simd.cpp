@@ -25,6 +25,7 @@ using plain::Rgb24To32;
 using plain::Rgb24To555;
 using plain::Rgb24To565;
 using plain::Rgb24ToGray;
+using plain::Rgb24ToLuma;
 using plain::Rgb32To24;
 using plain::Rgb555To24;
 using plain::Rgb565To24;
@@ -55,25 +56,49 @@ V DivideBy255(V x) {
 
 // Gray levels --------------------------------------------------------------------------------------------------------
 
-template <class V>
-V GrayOf(V blue, V green, V red) {
-  const Words d;
-  const V sum = hn::Add(hn::Mul(red, hn::Set(d, 77)), hn::Mul(green, hn::Set(d, 150)));
-  return DivideBy255(hn::Add(sum, hn::Mul(blue, hn::Set(d, 28))));
-}
+struct Gray {
+  template <class V>
+  static V Of(V blue, V green, V red) {
+    const Words d;
+    const V sum = hn::Add(hn::Mul(red, hn::Set(d, 77)), hn::Mul(green, hn::Set(d, 150)));
+    return DivideBy255(hn::Add(sum, hn::Mul(blue, hn::Set(d, 28))));
+  }
+};
 
-void Rgb24ToGray(unsigned char *dst, const unsigned char *src, long n) {
+/// x / 100 as x times 5243 / 2^19, which is exact up to 43698; the largest sum is 25500.
+struct Luma {
+  template <class V>
+  static V Of(V blue, V green, V red) {
+    const Words d;
+    const V sum = hn::Add(hn::Mul(red, hn::Set(d, 30)), hn::Mul(green, hn::Set(d, 59)));
+    return hn::ShiftRight<3>(hn::MulHigh(hn::Add(sum, hn::Mul(blue, hn::Set(d, 11))), hn::Set(d, 5243)));
+  }
+};
+
+/// Levels of as many 24-bit pixels as fill whole vectors; returns how many.
+template <class Level>
+long Levels(unsigned char *dst, const unsigned char *src, long n) {
   const Bytes d;
   const long step = static_cast<long>(hn::Lanes(d));
   long i = 0;
   for (; i + step <= n; i += step) {
     hn::Vec<Bytes> b, g, r;
     hn::LoadInterleaved3(d, src + 3 * i, b, g, r);
-    const auto even = GrayOf(EvenBytes(b), EvenBytes(g), EvenBytes(r));
-    const auto odd = GrayOf(OddBytes(b), OddBytes(g), OddBytes(r));
+    const auto even = Level::Of(EvenBytes(b), EvenBytes(g), EvenBytes(r));
+    const auto odd = Level::Of(OddBytes(b), OddBytes(g), OddBytes(r));
     hn::StoreU(hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd))), d, dst + i);
   }
-  plain::Rgb24ToGray(dst + i, src + 3 * i, n - i);
+  return i;
+}
+
+void Rgb24ToGray(unsigned char *dst, const unsigned char *src, long n) {
+  const long done = Levels<Gray>(dst, src, n);
+  plain::Rgb24ToGray(dst + done, src + 3 * done, n - done);
+}
+
+void Rgb24ToLuma(unsigned char *dst, const unsigned char *src, long n) {
+  const long done = Levels<Luma>(dst, src, n);
+  plain::Rgb24ToLuma(dst + done, src + 3 * done, n - done);
 }
 
 /// Eight levels a byte: the levels of each group of eight are turned round, so that mask bits come most significant
@@ -285,6 +310,7 @@ HWY_AFTER_NAMESPACE();
 namespace qel::lines {
 
 HWY_EXPORT(Rgb24ToGray);
+HWY_EXPORT(Rgb24ToLuma);
 HWY_EXPORT(GrayToBits);
 HWY_EXPORT(Rgb24To32);
 HWY_EXPORT(Rgb32To24);
@@ -296,6 +322,9 @@ HWY_EXPORT(Rgb24To565);
 HWY_EXPORT(Rgb555To24);
 HWY_EXPORT(Rgb565To24);
 
+void Rgb24ToLuma(unsigned char *dst, const unsigned char *src, long n) {
+  HWY_DYNAMIC_DISPATCH(Rgb24ToLuma)(dst, src, n);
+}
 void GrayTo24(unsigned char *dst, const unsigned char *src, long n) {
   HWY_DYNAMIC_DISPATCH(GrayTo24)(dst, src, n);
 }

@@ -78,6 +78,9 @@ std::uint64_t Bgr(unsigned b, unsigned g, unsigned r) {
 std::uint64_t GrayLevel(std::uint64_t v) {
   return (77 * Red(v) + 150 * Green(v) + 28 * Blue(v)) / 255;
 }
+std::uint64_t LumaLevel(std::uint64_t v) {
+  return (30 * Red(v) + 59 * Green(v) + 11 * Blue(v)) / 100;
+}
 std::uint64_t To555(std::uint64_t v) {
   return (Red(v) * 31 / 255) << 10 | (Green(v) * 31 / 255) << 5 | Blue(v) * 31 / 255;
 }
@@ -98,6 +101,7 @@ void ToGray(unsigned char *dst, const unsigned char *src, long n) {
 TEST_F(Convert, EveryLengthAndMisalignment) {
   namespace lines = qel::lines;
   Compare(ToGray, 24, 8, GrayLevel);
+  Compare(lines::Rgb24ToLuma, 24, 8, LumaLevel);
   Compare(lines::Rgb24To555, 24, 16, To555);
   Compare(lines::Rgb24To565, 24, 16, To565);
   Compare(lines::Rgb555To24, 16, 24, From555);
@@ -170,6 +174,13 @@ TEST_F(Convert, WholeRanges) {
     for (unsigned b = 0; b < 256; b += 3)
       for (const unsigned c : {0u, 1u, b, 255 - a, 254u, 255u})
         for (const unsigned char v : {a, b, c}) dense.push_back(v);
+  std::vector<bool> reached(25501);  // and a colour for every weighted sum behind a luma
+  for (unsigned c = 0; c < 1u << 24; ++c) {
+    const unsigned sum = 30 * Red(c) + 59 * Green(c) + 11 * Blue(c);
+    if (!reached[sum])
+      for (const unsigned v : {Blue(c), Green(c), Red(c)}) dense.push_back(static_cast<unsigned char>(v));
+    reached[sum] = true;
+  }
   const long n = static_cast<long>(dense.size() / 3);
   ForEachTarget([&] {
     for (const auto &[convert, naive] : {std::pair{&lines::Rgb555To24, &From555}, {&lines::Rgb565To24, &From565}}) {
@@ -178,8 +189,10 @@ TEST_F(Convert, WholeRanges) {
         ASSERT_EQ(test::GetPacked(colours.data(), 24, v), naive(static_cast<std::uint64_t>(v)));
     }
     Line out(static_cast<std::size_t>(2 * n));
-    for (const auto &[convert, bits, naive] :
-         {std::tuple{&ToGray, 8, &GrayLevel}, {&lines::Rgb24To555, 16, &To555}, {&lines::Rgb24To565, 16, &To565}}) {
+    for (const auto &[convert, bits, naive] : {std::tuple{&ToGray, 8, &GrayLevel},
+                                               {&lines::Rgb24ToLuma, 8, &LumaLevel},
+                                               {&lines::Rgb24To555, 16, &To555},
+                                               {&lines::Rgb24To565, 16, &To565}}) {
       convert(out.data(), dense.data(), n);
       for (long i = 0; i < n; ++i)
         ASSERT_EQ(test::GetPacked(out.data(), bits, i), naive(test::GetPacked(dense.data(), 24, i)));
