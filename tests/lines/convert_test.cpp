@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <hwy/targets.h>
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -13,25 +12,13 @@
 #include <vector>
 
 #include "support/pixels.h"
+#include "support/targets.h"
 
 namespace {
 
 using Line = std::vector<unsigned char>;
+using test::ForEachTarget;
 using Conversion = std::function<void(unsigned char *, const unsigned char *, long)>;
-
-/// Runs a check once for every vector width of this processor.
-void ForEachTarget(const std::function<void()> &check) {
-  for (std::int64_t targets = hwy::SupportedTargets(); targets != 0; targets &= targets - 1) {
-    const std::int64_t target = targets & -targets;
-    SCOPED_TRACE(hwy::TargetName(target));
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    check();
-    if (testing::Test::HasFatalFailure()) break;
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
 
 class Convert : public testing::Test {
  protected:
