@@ -2,6 +2,8 @@
 #pragma once
 
 #include "qel/convert/itc.h"
+#include "qel/draw/point_array.h"
+#include "qel/draw/point_stack.h"
 #include "qel/export.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"

@@ -4,10 +4,11 @@
 //   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat
 //   access,
 //                 pixels and zoomed lines
-//   fileio/       DIB files
+//   fileio/       DIB files, mask files, format libraries
 //   convert/      whole images of one format into another
 //   geometry/     turns, mirrors, rescaling, free rotation
-//   ops/          whole-image operations, blur
+//   ops/          whole-image operations, layers, blur, masks and borders
+//   draw/         raster primitives
 //
 // Conventions of every operation: row 0 is the top row and column 0 the left one; spans include both ends, rectangles
 // exclude right and bottom; line buffers follow the DIB rule (1-bit pixels most significant bit first, 4-bit pixels
@@ -23,6 +24,7 @@
 #include "qel/platform/mfc/rect.h"
 #include "qel/platform/types.h"
 
+class PPointArray;
 class PQel;
 
 namespace qel::image {
@@ -304,6 +306,41 @@ class QEL_API PQel : public CObject {
   /// Creates the file, with ".bmp" appended when asked for, and writes the image.
   int SaveDIB(const char *pszName, int bAppendExtension);
 
+  // Mask files (fileio/mask_*.cpp) -----------------------------------------------------------------------------------
+
+  /// Open a mask file, tried with ".msk" too when the name has no extension (nIgnored has no effect), and read one at
+  /// the file's position. 0, and the image kept, when the file is none or its rows cannot be sound; 0, and the image
+  /// empty, for rows that do not fit.
+  int LoadMask(const char *pszName, int nIgnored);
+  int ReadMaskFile(CFile &file);
+
+  /// Create a mask file, with ".msk" appended when asked for, and write one at the file's position; 0 for an empty
+  /// image.
+  int SaveMask(const char *pszName, int bAppendExtension);
+  int WriteMaskFile(CFile &file);
+
+  /// Run-length compression of any bytes. `pDst` has room for lLength + lLength / 127 + 1 bytes; returns the bytes
+  /// written, 0 for none. Decompression stops when `lLength` bytes have been made, whatever the commands say.
+  long CompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
+  void DecompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
+
+  // Format libraries (fileio/codec_*.cpp) ----------------------------------------------------------------------------
+
+  /// Read and write a file through a format library. 0 when the library, its entry points or the file are missing (the
+  /// image is deleted once the library is found to be complete); a picture that came in partly gives 1.
+  int OpenImage(const char *pszName, const char *pszLibrary);
+  int SaveImage(const char *pszName, const char *pszLibrary);
+
+  /// Opens an image file of any kind: DIB, the format library of its extension, mask, JPEG. The image is deleted first.
+  int OpenImage(const char *pszName);
+  int OpenImage(char *pszName);
+
+  /// JPEG files; ".jpg" is tried, or appended when asked for. The quality holds for all programs of the user; the one
+  /// before it is returned.
+  int LoadJPG(const char *pszName, int nIgnored);
+  int SaveJPG(const char *pszName, int bAppendExtension);
+  int SetJPGQuality(int nQuality);
+
   // Whole-image operations (ops/) ------------------------------------------------------------------------------------
 
   /// Copies pixels and palette of an image of the same format and size.
@@ -325,6 +362,62 @@ class QEL_API PQel : public CObject {
   /// Combines an image of the same size and depth into this one byte by byte: 0 AND, 1 OR, 2 XOR.
   int Composite(PQel *pSrc, unsigned int nOp);
 
+  // Layers (ops/layer*.cpp) ------------------------------------------------------------------------------------------
+  //
+  // A mask level of 255 keeps what is there, 0 takes the new pixel; in between channels are mixed, and images of
+  // indices take the new one up to 128.
+
+  /// Mixes new pixels in the image's own format into a span through one mask level a pixel. The six-argument form is
+  /// given the span as it is, in `pOld`, which holds the result afterwards.
+  int MixHorLineWithGrayMask(long x0, long x1, long y, unsigned char *pLine, unsigned char *pMask);
+  int MixHorLineWithGrayMask(long x0, long x1, long y, unsigned char *pLine, unsigned char *pOld, unsigned char *pMask);
+
+  /// Combines a span of this mask image (1 or 8 bits) into a line of mask levels.
+  int CombineMaskLine(long x0, long x1, long y, unsigned char *pMask);
+
+  /// Sets to 0 every byte of a line whose bit is set in this 1-bit image.
+  int FilterHorLine(long x0, long x1, long y, unsigned char *pLine);
+
+  /// Replaces one channel of a span: 0 blue, 1 green, 2 red. 0 for images of 8 bits or fewer.
+  int PutRGBPlanarLine(long x0, long x1, long y, unsigned char *pPlane, long nChannel);
+
+  /// Copies a rectangle of `pSrc` (null: all of it) to a point (null: the origin) through a mask that lies on the
+  /// source (null: none). 0 for a null source, different bit counts, and when memory is short.
+  int CombineImage(PQel *pSrc, PQel *pMask, POINT *pPoint, RECT *pRect);
+
+  /// Lays this image, whose transparency is `pMask` (0 opaque, 255 transparent), over a layer with its own; image and
+  /// mask become the composite. An image of 8 bits or fewer becomes a 24-bit one.
+  int CombineLayer(PQel *pMask, PQel *pLayer, PQel *pLayerMask);
+
+  /// Maps every pixel through red, green, blue and common tables of 256; images of 8 bits or fewer through the common
+  /// one as gray levels. For deeper images the caller's channel tables are passed through the common one in place.
+  int DoMap(unsigned char *pMap);
+
+  /// Multiply every byte of a span by nFactor / 255; 0 for types other than 24 bits and 256 grays.
+  int MulHorLine(long x0, long x1, long y, int nFactor);
+  int MulVerLine(long x, long y0, long y1, int nFactor);
+
+  // Masks and borders (ops/mask_*.cpp, ops/border.cpp) ---------------------------------------------------------------
+
+  /// Collects the pixels at or below the threshold that touch one above it, bottom row first. `pArea` null: the whole
+  /// image; the zoom is 1 or more and changes nothing else.
+  int FindBorder(PPointArray *pPoints, BYTE byThreshold, RECT *pArea, int nZoom);
+
+  /// The rectangle of the pixels at or below the threshold with one more row above and below, as far as there is one; 0
+  /// when it is not at least two columns wide and two rows high.
+  int FindBoundaryRect(RECT *pRect, BYTE byThreshold);
+
+  /// Images of 1 bit, 16 and 256 grays: pixels below the threshold become white, the others black; the other way round
+  /// when the first colour of the table has no red. Other types stay as they are.
+  int ClearTransparent(BYTE byThreshold);
+
+  /// Makes a mask with 255 where the image shows the key colour (red in bits 16 to 23), blacks those pixels out, and
+  /// with a blur above 0 adds a soft shadow to a larger image and mask.
+  int GenerateImageMask(PQel *pMask, int nBlur, DWORD dwKey);
+
+  /// Gives an image and its mask a soft black shadow below and to the right; both grow.
+  int GenerateImageMask(PQel *pMask, int nBlur);
+
   // Blur (ops/blur.cpp) ----------------------------------------------------------------------------------------------
 
   /// Width of the kernel of a Gaussian blur: an odd number, 1 for a sigma below 0.1; 0 when memory is short.
@@ -337,6 +430,29 @@ class QEL_API PQel : public CObject {
 
   /// Moves a gray line by (256 - |nShift|) / 256 of a pixel toward higher indices, in place; 0 does nothing.
   static void SlantGrayLine(int nShift, BYTE *pLine, int nCount);
+
+  // Raster primitives (draw/runs.cpp, draw/rectangle.cpp, draw/ellipse.cpp, draw/quadrilateral.cpp) ------------------
+  //
+  // A colour is a pixel value of the image's own format. In anti-alias mode coordinates are eighths of a pixel, a
+  // colour is a gray level or 24-bit value, and each call adds the coverage of one sub-pixel row, over the undo copy's
+  // pixels. What lies outside the image is cut off (in repeat mode it wraps) and gives 1.
+
+  /// Runs of a row and of a column, both ends included.
+  int DrawHorLine(long x1, long x2, long y, long long llColor);
+  int DrawVerLine(long x, long y1, long y2, long long llColor);
+
+  /// A rectangle (null: the whole image).
+  int FillRect(RECT *pRect, long long llColor);
+
+  /// The ellipse inscribed in a rectangle (null: the whole image).
+  int FillCircle(RECT *pRect, long long llColor);
+
+  /// An ellipse of a length, as thick as a percentage of it, at 0, 45, 90 or 135 degrees; other angles draw nothing. 0
+  /// for a length below 1.
+  int FillEllipse(CPoint ptCenter, long lLength, long lThickness, long lAngle, long long llColor);
+
+  /// A quadrilateral, row by row from its outermost crossings.
+  int Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long long llColor);
 
   // Conversion of whole images (convert/convert_image.cpp) -----------------------------------------------------------
 
@@ -566,6 +682,15 @@ class QEL_API PQel : public CObject {
   // Whole-image operations -------------------------------------------------------------------------------------------
 
   int xFillRows(long long llColor, unsigned long dwTrio);
+
+  // Raster primitives ------------------------------------------------------------------------------------------------
+
+  int xDrawHorLine(long x1, long x2, long y, long long llColor);
+  int xDrawVerLine(long x, long y1, long y2, long long llColor);
+  int xFillRect(RECT *pRect, long long llColor);
+  int xSet4Pixel(RECT *pRect, long lX, long lY, long long llColor);
+  int xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long y, long &xMin, long &xMax);
+  int xDrawWideLine(long lWidth, long x1, long y1, long x2, long y2, long long llColor);
 
   // Turns and rescaling ----------------------------------------------------------------------------------------------
 

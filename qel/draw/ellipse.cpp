@@ -1,0 +1,3 @@
+// Filled ellipses.
+
+#include "qel/image/image.h"

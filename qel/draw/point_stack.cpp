@@ -1,0 +1,3 @@
+// A stack of points.
+
+#include "qel/draw/point_stack.h"

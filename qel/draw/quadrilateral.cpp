@@ -1,0 +1,3 @@
+// Filled quadrilaterals and wide lines.
+
+#include "qel/image/image.h"

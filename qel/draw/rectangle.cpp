@@ -1,0 +1,3 @@
+// Filled rectangles.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// Mask files.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// Border pixels and bounding rectangles of thresholded shapes.
+
+#include "qel/image/image.h"

@@ -1,0 +1,3 @@
+// Mask mixes, mask lines and channel lines of spans.
+
+#include "qel/image/image.h"

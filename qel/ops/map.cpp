@@ -1,0 +1,3 @@
+// Lookup maps and factors.
+
+#include "qel/image/image.h"

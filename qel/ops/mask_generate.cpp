@@ -1,0 +1,3 @@
+// Masks of a key colour and soft shadows.
+
+#include "qel/image/image.h"

@@ -1,0 +1,5 @@
+// Point containers.
+
+#include <gtest/gtest.h>
+
+#include "qel/qel.h"

@@ -1,0 +1,5 @@
+// Raster primitives.
+
+#include <gtest/gtest.h>
+
+#include "qel/qel.h"

@@ -1,0 +1,5 @@
+// Layers.
+
+#include <gtest/gtest.h>
+
+#include "qel/qel.h"

@@ -1,0 +1,5 @@
+// Masks and borders.
+
+#include <gtest/gtest.h>
+
+#include "qel/qel.h"
