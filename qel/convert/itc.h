@@ -37,8 +37,8 @@ class QEL_API PItc : public CObject {
 
   /// Builds the agent for one pair of images and a method, which is corrected silently where it does not suit the pair
   /// (m_cvtMethod tells). The images are not owned and must outlive the agent; palettes and sizes are those of now. 0
-  /// for a null or empty image, a pair that cannot be converted, a dither record without a matrix, and when memory is
-  /// short; an agent that was there before is released in any case.
+  /// for a null or empty image, a pair that cannot be converted, a raw copy from true colour, a dither record without a
+  /// matrix, and when memory is short; the agent is empty then. One that was there before is released in any case.
   int BuildAgent(PQel *pDst, PQel *pSrc, tagCVTMETHOD cvtMethod);
 
   /// Releases the agent. `bNoFree` is the constructor's: it forgets memory blocks without releasing them.
@@ -47,13 +47,18 @@ class QEL_API PItc : public CObject {
   // Conversion (convert/driver.cpp) ----------------------------------------------------------------------------------
 
   /// Converts a rectangle of the source, right and bottom included (null: all of it), to a point of the destination
-  /// (null: the origin). Error diffusion and ordered dither take whole rows of images of one width only. 1 for an empty
-  /// rectangle, where nothing is done. 0 without an agent, when an image has changed its format or size since the agent
-  /// was built, when no dither routine suits the pair, and when memory is short.
+  /// (null: the origin). Error diffusion and ordered dither take whole rows of images of one width only. Of a rectangle
+  /// that lies partly outside the destination only the part inside is written; an image that repeats has no outside.
+  /// Pixels beyond the source's colour table count as its entry 0, except in raw copies. 1 for an empty rectangle,
+  /// where nothing is done. 0 without an agent, when an image has changed its bits a pixel or its size since the agent
+  /// was built, for a rectangle that leaves the source, when no dither routine suits the pair, when memory is short,
+  /// and when a row cannot be read or written, where the rows done before stay.
   int ConvertImg(RECT *pRect, POINT *pPoint);
 
-  /// Converts one whole source line, given and returned in the images' own formats. `nRow` sets the direction of error
-  /// diffusion, whose errors go on from the line before, and the phase of the dither. 0 without an agent or line.
+  /// Converts one whole source line, given and returned in the images' own formats; both lines hold as many pixels as
+  /// the wider image. `nRow` sets the direction of error diffusion, whose errors go on from the line before, and the
+  /// phase of the dither. Raw copies do nothing here. 0 without an agent or line, when no dither routine suits the
+  /// pair, and when memory is short.
   int ConvertLineImg(int nRow, unsigned char *pSrcLine, unsigned char *pDstLine);
 
   // Colour maps (convert/palette_map.cpp) ----------------------------------------------------------------------------
@@ -80,10 +85,39 @@ class QEL_API PItc : public CObject {
  protected:
   // Agent ------------------------------------------------------------------------------------------------------------
 
+  int xTakeImages(PQel *pDst, PQel *pSrc);
   int xDblCheckCvtMethod();
+  void xSetPixFuncPtr();
+
+  // Buffers ----------------------------------------------------------------------------------------------------------
+
   long xGetMapBufSize();
   int xPrepareMapBuf();
-  void xSetPixFuncPtr();
+  int xPrepareKeyMap();     // from the 12-bit keys of true colour
+  int xPrepareDiffusion();  // map, palettes and error rows
+  void xReadKeyMap();
+  long xGetErrorRowBytes() const;
+  void xClearErrors();
+
+  // Driver -----------------------------------------------------------------------------------------------------------
+
+  struct Passage;  // a rectangle on its way from source to destination
+  int xIsPairAsBuilt() const;
+  int xMovesPixels() const;
+  int xMovePixels(const Passage &p);
+  int xMoveLines(const Passage &p);
+  int xWriteRow(const Passage &p, long lRow, unsigned char *pLine);
+
+  /// Converts a whole line by diffusion, in the direction of the parity of lDiffusionRow, or by dither for (x, y).
+  void xConvertWholeLine(long lDiffusionRow, long x, long y);
+
+  /// Converts n pixels of m_pbySrcLine, each on its own, into m_pbyDstLine; pColors: the source palette of method 6.
+  void xConvertPixels(long n, const RGBQUAD *pColors);
+  void xGetSourceColors(RGBQUAD *pColors) const;
+
+  /// Indices beyond a source palette that is shorter than what its pixels can name.
+  int xHasShortPalette() const;
+  void xLimitSource(unsigned char *pLine, long n) const;
 
   // Pixel access -----------------------------------------------------------------------------------------------------
 
