@@ -1,3 +1,140 @@
 // Ordered dither: the thresholds of a matrix for a destination, and dithered lines.
+//
+// A matrix of 4 or 8 columns repeats with every eight pixels, so that a line needs eight thresholds, turned to the
+// phase of its first pixel. Palette pixels become 24-bit pixels, a chunk at a time, and take the way of true colour.
+
+#include <algorithm>
+#include <array>
+#include <cstring>
 
 #include "qel/convert/itc.h"
+#include "qel/lines/convert.h"
+#include "qel/lines/ordered_dither.h"
+
+unsigned char PItc::m_pbyPattern[64];
+
+namespace {
+
+using Thresholds = std::array<unsigned char, 8>;
+using Dither = void (*)(unsigned char *dst, const unsigned char *src, long n, const unsigned char *thresholds);
+
+constexpr long kChunk = 1024;  // pixels; a multiple of 8, so that each chunk starts at a whole byte with threshold 0
+
+long Modulo(long x, long size) {
+  return (x % size + size) % size;
+}
+
+/// Thresholds of the eight pixels from (x0, y0) on. Any size but 4 is 8, the other one that the pattern is made for.
+Thresholds PhaseOf(const unsigned char *pattern, int size, long x0, long y0) {
+  if (size != 4) size = 8;
+  const long row = size * Modulo(y0, size), phase = Modulo(x0, size);
+  Thresholds thresholds;
+  for (long k = 0; k < 8; ++k) thresholds[static_cast<std::size_t>(k)] = pattern[row + (phase + k) % size];
+  return thresholds;
+}
+
+/// A source line, read as 24-bit pixels.
+class Source {
+ public:
+  /// A palette has red, green, blue triples; indices behind them are black.
+  Source(const unsigned char *line, int bits, const unsigned char *triples, int colors) : m_line(line), m_bits(bits) {
+    if (bits == 24 || triples == nullptr) return;
+    for (int i = 0; i < std::min(colors, 256); ++i, triples += 3) m_table[i] = {triples[2], triples[1], triples[0], 0};
+  }
+
+  /// Whether the pixels lie in memory as they are wanted, so that the line need not be cut into chunks.
+  bool IsWhole() const { return m_bits == 24; }
+
+  /// `count` pixels from pixel i on, a multiple of kChunk; at most kChunk pixels of a line that is not whole.
+  const unsigned char *Pixels(long i, long count) {
+    const unsigned char *const from = m_line + i * m_bits / 8;
+    if (IsWhole()) return from;
+    (m_bits == 8   ? qel::lines::BytesTo24
+     : m_bits == 4 ? qel::lines::NibblesTo24
+                   : qel::lines::BitsTo24)(m_chunk, from, count, m_table);
+    return m_chunk;
+  }
+
+ private:
+  const unsigned char *m_line;
+  int m_bits;
+  RGBQUAD m_table[256] = {};
+  unsigned char m_chunk[3 * kChunk];
+};
+
+/// Dithers n pixels into a destination of `dstBits` a pixel. `bits` are those that the line function packs; in a
+/// deeper destination, whose palette has fewer colours than its pixels could name, each pixel is put by itself.
+template <class PutPixel>
+void DitherLine(Dither dither, int bits, unsigned char *dst, int dstBits, Source &source, long n, const Thresholds &row,
+                PutPixel put) {
+  unsigned char packed[kChunk];
+  const long step = source.IsWhole() && bits == dstBits ? n : kChunk;
+  for (long i = 0; i < n; i += step) {
+    const long count = std::min(step, n - i);
+    dither(bits == dstBits ? dst + i * bits / 8 : packed, source.Pixels(i, count), count, row.data());
+    if (bits == dstBits) continue;
+    for (long k = 0; k < count; ++k) {
+      const int shift = 8 - bits - static_cast<int>(k * bits % 8);
+      put(i + k, static_cast<unsigned char>(packed[k * bits / 8] >> shift & ((1 << bits) - 1)));
+    }
+  }
+}
+
+}  // namespace
+
+// Thresholds ---------------------------------------------------------------------------------------------------------
+
+int PItc::xSetDitherFunc() {
+  if (m_nSrcColors <= m_nDstColors && m_nSrcBits != 24) return 0;
+  const int nSize = m_cvtMethod.wDitherSize;
+  if ((nSize != 4 && nSize != 8) || m_cvtMethod.wDitherType > 5) return 0;  // there is no matrix
+  switch (m_nDstColors) {
+    case 2:
+      m_pfnDither = &PItc::xDitherTo2;
+      break;
+    case 16:
+      m_pfnDither = &PItc::xDitherTo16;
+      break;
+    case 256:
+      m_pfnDither = &PItc::xDitherTo256;
+      break;
+    default:
+      return 0;
+  }
+  const unsigned char *const pbyMatrix = (nSize == 4 ? m_pMethodLo : m_pMethodHi)[m_cvtMethod.wDitherType];
+  for (int i = 0; i < nSize * nSize; ++i) {
+    const int v = pbyMatrix[i];
+    if (m_nDstColors == 256)
+      m_pbyPattern[i] = static_cast<unsigned char>(nSize == 4 ? 3 * v : 51 * (v + 1) / 65);
+    else
+      m_pbyPattern[i] = static_cast<unsigned char>(nSize == 4 ? 16 * v - 8 : 4 * v + 2);
+  }
+  return 1;
+}
+
+// Lines --------------------------------------------------------------------------------------------------------------
+
+// The matrix of a line's routine is the one chosen last by any agent, read in the size of this agent's method.
+
+void PItc::xDitherTo2(long x0, long y0) {
+  std::memset(m_pbyDstLine, 0, static_cast<std::size_t>((m_lDstWidth + 7) / 8));
+  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
+  DitherLine(qel::lines::DitherTo2, 1, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
+             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
+             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+}
+
+void PItc::xDitherTo16(long x0, long y0) {
+  std::memset(m_pbyDstLine, 0, static_cast<std::size_t>((m_lDstWidth + 1) / 2));
+  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
+  DitherLine(qel::lines::DitherTo16, 4, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
+             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
+             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+}
+
+void PItc::xDitherTo256(long x0, long y0) {
+  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
+  DitherLine(qel::lines::DitherTo216, 8, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
+             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
+             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+}
