@@ -1,11 +1,13 @@
-// Whole images of one format into another, row by row, without an agent: a row is read as it is stored or as 24-bit
-// pixels, goes through one line function and is written. The line buffers stay in the nearest cache, so that the image
-// is read and written once.
+// Whole images of one format into another, row by row, without an agent. One line function or two make a row of the
+// destination from a row as it is stored in the source. Where nobody sees the rows pass they are made in the store:
+// then the memory reads ahead in one image while the other is written, which line buffers between them would prevent.
 
 #include <algorithm>
+#include <cstring>
 
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
+#include "qel/platform/kernel/fault_guard.h"
 #include "qel/platform/kernel/global_memory.h"
 
 namespace {
@@ -16,8 +18,9 @@ using LineConversion = void (*)(unsigned char *dst, const unsigned char *src, lo
 
 /// How the rows of a pair of types are made.
 struct RowRule {
-  enum Read { kNever, kStored, k24bit } read;
-  LineConversion convert;  // null: rows are written as they are read
+  bool bKnown;
+  bool b24bit;             // of the source's 24-bit pixels, not of what it stores
+  LineConversion convert;  // null: nothing more is done to them
 };
 
 constexpr int kGrayToMono = 5;  // the pair that has parameters
@@ -32,32 +35,44 @@ void Rgb24ToGray(unsigned char *dst, const unsigned char *src, long n) {
 
 /// The rule of destination type x 10 + source type.
 RowRule FindRule(int nKey) {
-  if (nKey % 11 == 0) return {RowRule::kStored, nullptr};
-  if (nKey / 10 == 1) return {RowRule::k24bit, nullptr};
+  if (nKey % 11 == 0) return {true, false, nullptr};
+  if (nKey / 10 == 1) return {true, true, nullptr};
   switch (nKey) {
     case kGrayToMono:
-      return {RowRule::kStored, nullptr};
+      return {true, false, nullptr};
     case 45:
-      return {RowRule::kStored, lines::GrayToNibbles};
+      return {true, false, lines::GrayToNibbles};
     case 50:
-      return {RowRule::kStored, BitsToLevels};
+      return {true, false, BitsToLevels};
     case 51:
-      return {RowRule::kStored, Rgb24ToGray};
+      return {true, false, Rgb24ToGray};
     case 54:
-      return {RowRule::kStored, lines::NibblesToGray};
+      return {true, false, lines::NibblesToGray};
     case 61:
-      return {RowRule::kStored, lines::Rgb24To555};
+      return {true, false, lines::Rgb24To555};
     case 71:
-      return {RowRule::kStored, lines::Rgb24To565};
+      return {true, false, lines::Rgb24To565};
     case 73:
-      return {RowRule::k24bit, lines::Rgb24To565};
+      return {true, true, lines::Rgb24To565};
     case 81:
-      return {RowRule::kStored, lines::Rgb24To32};
+      return {true, false, lines::Rgb24To32};
     case 91:
-      return {RowRule::kStored, lines::Rgb24To48};
+      return {true, false, lines::Rgb24To48};
     default:
-      return {RowRule::kNever, nullptr};
+      return {false, false, nullptr};
   }
+}
+
+/// The two stores of a row that is made in place: a fault is the affair of the one that it lies in.
+struct StorePair {
+  PMem *pDst;
+  PMem *pSrc;
+};
+
+int FilterFault(void *pPair, EXCEPTION_POINTERS *pFault) {
+  const StorePair &pair = *static_cast<StorePair *>(pPair);
+  const int nAnswer = pair.pDst->ExpFilter(pFault);
+  return nAnswer == EXCEPTION_CONTINUE_EXECUTION ? nAnswer : pair.pSrc->ExpFilter(pFault);
 }
 
 }  // namespace
@@ -68,28 +83,57 @@ int PQel::ConvertImage(PQel *pSrc, int, int nThreshold, int) {
   if (lWidth != pSrc->GetImageWidth() || m_lHeight != pSrc->m_lHeight) return 0;
   const int nKey = m_nImageType * 10 + pSrc->m_nImageType;
   const RowRule rule = FindRule(nKey);
-  if (rule.read == RowRule::kNever) return 0;
+  if (!rule.bKnown) return 0;
 
-  PMem in, out;
-  const long lReadBytes = std::max(pSrc->m_lLineBytes, rule.read == RowRule::k24bit ? (3 * lWidth + 3) / 4 * 4 : 0);
-  if (!in.AllocMemory(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<unsigned long>(lReadBytes)) ||
-      !out.AllocMemory(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<unsigned long>(m_lLineBytes)))
+  const long lSrcBytes = pSrc->m_lLineBytes, lDstBytes = m_lLineBytes;
+  PMem line, source, line24;  // cleared, so that nothing unknown gets into the padding of rows
+  constexpr unsigned int kFlags = GMEM_MOVEABLE | GMEM_ZEROINIT;
+  if (!source.AllocMemory(kFlags, static_cast<unsigned long>(lSrcBytes)) ||
+      !line.AllocMemory(kFlags, static_cast<unsigned long>(lDstBytes)))
     return 0;
-  unsigned char *const pIn = in.GetPointer(), *const pOut = out.GetPointer();
+  if (rule.b24bit && rule.convert && !line24.AllocMemory(kFlags, static_cast<unsigned long>(3 * lWidth))) return 0;
+  unsigned char *const pSource = source.GetPointer(), *const pLine = line.GetPointer(),
+                       *const p24 = line24.GetPointer();
+
   const unsigned char byInvert = m_pRGBQuad[0].rgbRed, byThreshold = static_cast<unsigned char>(nThreshold);
+  const auto makeRow = [=](unsigned char *pTo, unsigned char *pFrom) {
+    if (nKey == kGrayToMono) {
+      QelAsmConvert8to1(pTo, pFrom, static_cast<unsigned long>(lWidth), byInvert, byThreshold);
+    } else if (rule.b24bit) {
+      pSrc->xConvertTo24(rule.convert ? p24 : pTo, pFrom, lWidth);
+      if (rule.convert) rule.convert(pTo, p24, lWidth);
+    } else if (rule.convert) {
+      rule.convert(pTo, pFrom, lWidth);
+    } else {
+      std::memmove(pTo, pFrom, static_cast<std::size_t>(lSrcBytes));
+    }
+  };
+
+  const bool bUnseen = m_pfnHook == nullptr && pSrc->m_pfnHook == nullptr && m_pMem->GetMirrorMem() == nullptr;
+  if (bUnseen && !m_bBlock && !pSrc->m_bBlock && !pSrc->m_bRepeat) {
+    StorePair stores = {m_pMem, pSrc->m_pMem};
+    const long lUsed = (lWidth * GetBitCount() + 7) / 8;
+    const std::size_t padding = nKey % 11 == 0 ? 0 : static_cast<std::size_t>(lDstBytes - lUsed);
+    for (long y = m_lHeight - 1; y >= 0; --y) {
+      unsigned char *const pFrom =
+          stores.pSrc->CommitMemory(pSrc->xGetRowOffset(0, y), static_cast<unsigned long>(lSrcBytes));
+      unsigned char *const pTo = stores.pDst->CommitMemory(xGetRowOffset(0, y), static_cast<unsigned long>(lDstBytes));
+      if (pFrom == nullptr || pTo == nullptr) continue;
+      InvalidateLine(0, lWidth - 1, y);
+      qel::kernel::Guarded(FilterFault, &stores, [=] {
+        makeRow(pTo, pFrom);
+        std::memset(pTo + lUsed, 0, padding);
+      });
+    }
+    return 1;
+  }
   for (long y = m_lHeight - 1; y >= 0; --y) {
-    unsigned char *pRow = pOut;
-    if (rule.read == RowRule::kStored)
-      pSrc->GetHorLine(y, pIn);
+    if (rule.b24bit)
+      pSrc->GetHorLine(0, lWidth - 1, y, pSource);  // the form that minds repeat mode
     else
-      pSrc->Get24bitHorLine(0, lWidth - 1, y, pIn, nullptr);
-    if (nKey == kGrayToMono)
-      QelAsmConvert8to1(pOut, pIn, static_cast<unsigned long>(lWidth), byInvert, byThreshold);
-    else if (rule.convert != nullptr)
-      rule.convert(pOut, pIn, lWidth);
-    else
-      pRow = pIn;
-    PutHorLine(y, pRow);
+      pSrc->GetHorLine(y, pSource);
+    makeRow(pLine, pSource);
+    PutHorLine(y, pLine);
   }
   return 1;
 }
