@@ -146,6 +146,7 @@ class QEL_API PItc : public CObject {
   /// Converts m_pbySrcLine into m_pbyDstLine from left to right, and from right to left.
   void xDiffuse1Line();
   void xDiffuse2Line();
+  void xDiffuseLine(int bToLeft);
 
   // Custom palettes --------------------------------------------------------------------------------------------------
 
