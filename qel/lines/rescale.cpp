@@ -56,6 +56,17 @@ void ZoomIn(unsigned char *dst, const unsigned char *src, const int *map, const 
   (channels == 3 ? Interpolate<3> : Interpolate<1>)(dst, src, map, weights1, weights2, n, m);
 }
 
+// Runs ---------------------------------------------------------------------------------------------------------------
+
+bool SetPicks(std::uint32_t *picks, const std::int32_t *starts, long count) {
+  for (long i = 0; i < count; ++i) {
+    const std::int32_t at = starts[i] - starts[i / 4 * 4];
+    if (at < 0 || at > 14) return false;
+    picks[i] = static_cast<std::uint32_t>(at) * 0x10001 + 0x80018000;  // byte, none, next byte, none
+  }
+  return true;
+}
+
 // Nearest neighbours -------------------------------------------------------------------------------------------------
 
 namespace {
@@ -124,24 +135,6 @@ void GiveBack(unsigned char *colours, unsigned char *levels, long n) {
 }  // namespace qel::lines
 
 // Helpers ------------------------------------------------------------------------------------------------------------
-
-void AccumulateLine(std::uint32_t *pdwAcc, const unsigned char *pLine, long lCount, std::int32_t lWeight) {
-  if (pdwAcc == nullptr || pLine == nullptr) return;
-  const auto w = static_cast<std::uint32_t>(lWeight);
-  for (long i = 0; i < lCount; ++i) pdwAcc[i] += pLine[i] * w;
-}
-
-void DivideLine(unsigned char *pOut, const std::uint32_t *pdwAcc, long lCount, std::uint32_t dwDivisor) {
-  if (pOut == nullptr || pdwAcc == nullptr || dwDivisor == 0) return;
-  for (long i = 0; i < lCount; ++i) pOut[i] = static_cast<unsigned char>(pdwAcc[i] / dwDivisor);
-}
-
-void BlendLines(unsigned char *pOut, const unsigned char *pA, const unsigned char *pB, std::int32_t lDivisor,
-                std::int32_t lWeight1, std::int32_t lWeight2, long lCount) {
-  if (pOut == nullptr || pA == nullptr || pB == nullptr || lDivisor == 0) return;
-  for (long i = 0; i < lCount; ++i)
-    pOut[i] = static_cast<unsigned char>((std::int64_t{pA[i]} * lWeight1 + std::int64_t{pB[i]} * lWeight2) / lDivisor);
-}
 
 namespace {
 

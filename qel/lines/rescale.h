@@ -44,6 +44,35 @@ void ZoomOut(unsigned char *dst, const unsigned char *src, const int *map, const
 void ZoomIn(unsigned char *dst, const unsigned char *src, const int *map, const std::int32_t *weights1,
             const std::int32_t *weights2, long n, long m, int channels);
 
+/// What every pixel of a line is to be made of, for the fast forms of the two above: a weighted sum of a run of source
+/// pixels, divided. Pixels count in groups of 16, the last of which is filled up with weights of 0.
+struct Runs {
+  long count;                    // pixels of the new line
+  long pairs;                    // source pixels of the longest run, in pairs
+  const std::int32_t *starts;    // of each pixel: the first source pixel of its run
+  const std::uint32_t *weights;  // of each group, of each pair: for 16 pixels the two weights, the first one's low
+  const std::uint32_t *picks;    // for gray lines: what SetPicks writes
+  std::uint32_t divisor;         // sums are below 256 times that
+  std::uint32_t start;           // of every sum
+};
+
+inline constexpr long kGroup = 16;         // pixels
+inline constexpr long kMaxWeight = 32767;  // of a run
+
+/// Bytes that SumRuns may read behind a line and write behind the new one, whatever they hold.
+constexpr long ReadSlack(long pairs) {
+  return 6 * pairs + 64;
+}
+inline constexpr long kWriteSlack = 64;
+
+/// Tells for four gray pixels each, which two bytes of a window of 16 are theirs; false when four runs reach too far
+/// apart for that.
+bool SetPicks(std::uint32_t *picks, const std::int32_t *starts, long count);
+
+/// Make a line of gray or 24-bit pixels by runs.
+void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs);
+void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs);
+
 /// Nearest neighbours: pixel i of m is pixel ((m - 1) / 2 + i (n - 1)) / (m - 1) of n (pixel 0 when m is 1). Bytes, and
 /// nibbles, whose line ends in a low nibble of 0.
 void NearestBytes(unsigned char *dst, const unsigned char *src, long n, long m);
