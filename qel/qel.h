@@ -7,6 +7,7 @@
 #include "qel/export.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/coverage.h"
 #include "qel/lines/rescale.h"
 #include "qel/lines/run_fill.h"
 #include "qel/lines/shift_copy.h"

@@ -1,3 +1,78 @@
-// Filled quadrilaterals and wide lines.
+// Filled quadrilaterals, each row from its outermost crossings with the outline, and wide lines, which are such.
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
 
 #include "qel/image/image.h"
+
+namespace {
+
+/// Products of two differences of coordinates pass 64 bits.
+__extension__ using Wide = __int128;
+
+/// Where an edge crosses a row between its ends, rounded to the nearest pixel, halves away from zero (as MulDiv does,
+/// for differences of any size).
+long Crossing(const CPoint &a, const CPoint &b, long y) {
+  const Wide down = static_cast<long>(b.y) - a.y;
+  const Wide product = Wide{y - a.y} * (static_cast<long>(b.x) - a.x);
+  const Wide half = (down < 0 ? -down : down) / 2;
+  const Wide rounded =
+      ((product < 0) == (down < 0) ? product + (down < 0 ? -half : half) : product - (down < 0 ? -half : half)) / down;
+  return a.x + static_cast<long>(rounded);
+}
+
+LONG Saturated(long n) {
+  return static_cast<LONG>(std::clamp(n, static_cast<long>(INT_MIN), static_cast<long>(INT_MAX)));
+}
+
+/// Half the width of a band across a line, rounded half away from zero.
+long HalfAcross(long lAlong, long lWidth, double dLength) {
+  return std::lround(static_cast<double>(lAlong) * static_cast<double>(lWidth) / (2 * dLength));
+}
+
+}  // namespace
+
+int PQel::xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long y, long &xMin, long &xMax) {
+  const CPoint corners[] = {pt1, pt2, pt3, pt4};
+  xMin = INT_MAX, xMax = INT_MIN;
+  int nFound = 0;
+  const auto add = [&](long x) {
+    xMin = std::min(xMin, x), xMax = std::max(xMax, x);
+    nFound = 1;
+  };
+  for (const CPoint &corner : corners)
+    if (corner.y == y) add(corner.x);
+  for (int i = 0; i < 4; ++i) {
+    const CPoint &a = corners[i], &b = corners[(i + 1) % 4];
+    if ((a.y < y && y < b.y) || (b.y < y && y < a.y)) add(Crossing(a, b, y));
+  }
+  return nFound;
+}
+
+int PQel::Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long long llColor) {
+  const auto [top, bottom] = std::minmax({pt1.y, pt2.y, pt3.y, pt4.y});
+  long lFirst = bottom, lLast = top;
+  if (!m_bRepeat) {  // rows outside the image draw nothing
+    lFirst = std::min(lFirst, (m_bAntiAlias ? 8 : 1) * m_lHeight - 1);
+    lLast = std::max(lLast, 0L);
+  }
+  for (long y = lFirst; y >= lLast; --y) {
+    long xMin = 0, xMax = 0;
+    if (xGetIntersection(pt1, pt2, pt3, pt4, y, xMin, xMax)) xDrawHorLine(xMin, xMax, y, llColor);
+  }
+  return 1;
+}
+
+int PQel::xDrawWideLine(long lWidth, long x1, long y1, long x2, long y2, long long llColor) {
+  // Beyond the coordinates of points nothing of a line can be told apart.
+  x1 = Saturated(x1), y1 = Saturated(y1), x2 = Saturated(x2), y2 = Saturated(y2), lWidth = Saturated(lWidth);
+  const long dx = x2 - x1 + 1, dy = y2 - y1 + 1;
+  if (dx == 0 && dy == 0) return 1;
+  const double dLength =
+      std::sqrt(static_cast<double>(dx) * static_cast<double>(dx) + static_cast<double>(dy) * static_cast<double>(dy));
+  const long ox = -HalfAcross(dy, lWidth, dLength), oy = HalfAcross(dx, lWidth, dLength);
+  const auto at = [](long x, long y) { return CPoint(Saturated(x), Saturated(y)); };
+  return Fill4PixelRegion(at(x1 + ox, y1 + oy), at(x1 - ox, y1 - oy), at(x2 - ox, y2 - oy), at(x2 + ox, y2 + oy),
+                          llColor);
+}

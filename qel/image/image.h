@@ -685,6 +685,12 @@ class QEL_API PQel : public CObject {
 
   // Raster primitives ------------------------------------------------------------------------------------------------
 
+  /// Fill a span that has been clipped, and add the coverage of one sub-pixel row or column to the pixels under it.
+  int xFillSpan(const LineSpan &span, long long llColor);
+  int xCoverSpan(const LineSpan &span, long long llColor);
+  int xReadForCover(const LineSpan &pixels, unsigned char *pLine, unsigned char *pBase);
+  int xDrawRun(LineSpan span, long long llColor);
+
   int xDrawHorLine(long x1, long x2, long y, long long llColor);
   int xDrawVerLine(long x, long y1, long y2, long long llColor);
   int xFillRect(RECT *pRect, long long llColor);
