@@ -112,7 +112,7 @@ int PQel::xRescaleImageInterpolation(PQel *pSource) {
   const int nBits = GetBitCount();
   const bool bGray = nBits <= 8;
   lines::Runs runs{};
-  if (bRuns) runs = MakeRuns(work.runs, work.columns, from.width, to.width);
+  if (bRuns) runs = MakeRuns(work.runs, work.columns, from.width, to.width, bGray ? 1 : 3);
   if (bRuns && bGray) bRuns = lines::SetPicks(work.runs.picks, runs.starts, to.width);
 
   const auto Read = [&](long lRow, unsigned char *pLine) {
@@ -142,8 +142,9 @@ int PQel::xRescaleImageInterpolation(PQel *pSource) {
   } else if (from.height < to.height) {
     Read(0, pA);
     Read(1, pB);
+    const long lWhole = (lCount + lines::kWriteSlack - 1) / lines::kWriteSlack * lines::kWriteSlack;  // whole vectors
     for (long y = 0, k = 0; y < to.height; ++y) {
-      BlendLines(work.out, pA, pB, static_cast<std::int32_t>(to.height), rows.weights1[y], rows.weights2[y], lCount);
+      BlendLines(work.out, pA, pB, static_cast<std::int32_t>(to.height), rows.weights1[y], rows.weights2[y], lWhole);
       Store(y, work.out);
       if (rows.map[y] == 0) continue;
       Read(k++ + 2, pA);

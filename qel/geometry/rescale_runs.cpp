@@ -11,10 +11,11 @@ namespace {
 /// Writes the weights of one pixel after the other, pair by pair.
 class RunWriter {
  public:
-  RunWriter(const lines::Runs &runs, const RunsMemory &memory) : m_pairs(runs.pairs), m_memory(memory) {}
+  RunWriter(const lines::Runs &runs, const RunsMemory &memory, long channels)
+      : m_pairs(runs.pairs), m_channels(channels), m_memory(memory) {}
 
   void Begin(long i, long lStart) {
-    m_memory.starts[i] = static_cast<std::int32_t>(lStart);
+    m_memory.starts[i] = static_cast<std::uint32_t>(m_channels * lStart);
     m_p = m_memory.weights + i / lines::kGroup * lines::kGroup * m_pairs + i % lines::kGroup;
     m_bHigh = false;
   }
@@ -26,7 +27,7 @@ class RunWriter {
   }
 
  private:
-  long m_pairs;
+  long m_pairs, m_channels;
   const RunsMemory &m_memory;
   std::uint32_t *m_p = nullptr;
   bool m_bHigh = false;
@@ -34,9 +35,9 @@ class RunWriter {
 
 }  // namespace
 
-lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m) {
+lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m, long channels) {
   lines::Runs runs{m, PairsOfRuns(n, m), memory.starts, memory.weights, memory.picks, 0, 0};
-  RunWriter writer(runs, memory);
+  RunWriter writer(runs, memory, channels);
   if (n < m) {
     runs.divisor = static_cast<std::uint32_t>(m);
     for (long i = 0, k = 0; i < m; ++i) {
@@ -58,7 +59,7 @@ lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, l
     }
   }
   runs.start = runs.divisor / 2;
-  std::fill(memory.starts + m, memory.starts + (m + lines::kGroup - 1) / lines::kGroup * lines::kGroup, 0);
+  std::fill(memory.starts + m, memory.starts + (m + lines::kGroup - 1) / lines::kGroup * lines::kGroup, 0u);
   return runs;
 }
 

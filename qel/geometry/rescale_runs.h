@@ -25,13 +25,13 @@ inline long PairsOfRuns(long n, long m) {
 
 /// Where the runs of m pixels are made: room for m rounded up to whole groups, and for the weights of as many pairs.
 struct RunsMemory {
-  std::int32_t *starts;
+  std::uint32_t *starts;
   std::uint32_t *weights;  // zeroed
   std::uint32_t *picks;
 };
 
-/// Runs by the table of n source and m destination pixels (m at most lines::kMaxWeight), rounding to nearest. `picks`
-/// is not set.
-lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m);
+/// Runs by the table of n source and m destination pixels of 1 or 3 bytes (m at most lines::kMaxWeight), rounding to
+/// nearest. `picks` is not set.
+lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m, long channels);
 
 }  // namespace qel::geometry

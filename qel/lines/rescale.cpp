@@ -58,11 +58,11 @@ void ZoomIn(unsigned char *dst, const unsigned char *src, const int *map, const 
 
 // Runs ---------------------------------------------------------------------------------------------------------------
 
-bool SetPicks(std::uint32_t *picks, const std::int32_t *starts, long count) {
+bool SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count) {
   for (long i = 0; i < count; ++i) {
-    const std::int32_t at = starts[i] - starts[i / 4 * 4];
-    if (at < 0 || at > 14) return false;
-    picks[i] = static_cast<std::uint32_t>(at) * 0x10001 + 0x80018000;  // byte, none, next byte, none
+    const std::uint32_t at = starts[i] - starts[i / 4 * 4];
+    if (at > 14) return false;
+    picks[i] = at * 0x10001 + 0x80018000;  // byte, none, next byte, none
   }
   return true;
 }

@@ -49,7 +49,7 @@ void ZoomIn(unsigned char *dst, const unsigned char *src, const int *map, const 
 struct Runs {
   long count;                    // pixels of the new line
   long pairs;                    // source pixels of the longest run, in pairs
-  const std::int32_t *starts;    // of each pixel: the first source pixel of its run
+  const std::uint32_t *starts;   // of each pixel: the first byte of its run
   const std::uint32_t *weights;  // of each group, of each pair: for 16 pixels the two weights, the first one's low
   const std::uint32_t *picks;    // for gray lines: what SetPicks writes
   std::uint32_t divisor;         // sums are below 256 times that
@@ -67,7 +67,7 @@ inline constexpr long kWriteSlack = 64;
 
 /// Tells for four gray pixels each, which two bytes of a window of 16 are theirs; false when four runs reach too far
 /// apart for that.
-bool SetPicks(std::uint32_t *picks, const std::int32_t *starts, long count);
+bool SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count);
 
 /// Make a line of gray or 24-bit pixels by runs.
 void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs);

@@ -23,7 +23,7 @@ namespace {
 template <int kChannels>
 void SumRuns(unsigned char *dst, const unsigned char *src, const Runs &runs) {
   for (long i = 0; i < runs.count; ++i) {
-    const unsigned char *p = src + kChannels * runs.starts[i];
+    const unsigned char *p = src + runs.starts[i];
     const std::uint32_t *weights = runs.weights + i / kGroup * kGroup * runs.pairs + i % kGroup;
     std::uint32_t sums[kChannels];
     for (auto &sum : sums) sum = runs.start;

@@ -85,7 +85,8 @@ class ByFloat {
   template <class V>
   V operator()(V sums) const {
     const auto quotient = hn::Mul(hn::ConvertTo(Floats(), hn::BitCast(Longs(), sums)), hn::Set(Floats(), m_reciprocal));
-    return hn::BitCast(ULongs(), hn::ConvertTo(Longs(), quotient));
+    const auto whole = hn::Add(hn::Floor(quotient), hn::Set(Floats(), 8388608.0f));  // 2^23 + q: q are its low bits
+    return hn::And(hn::BitCast(ULongs(), whole), hn::Set(ULongs(), 0xFF));
   }
 
  private:
@@ -112,21 +113,18 @@ class ByInteger {
 
 // Runs ---------------------------------------------------------------------------------------------------------------
 
+constexpr long kBlocks = HWY_HAVE_SCALABLE ? 1 : hn::MaxLanes(Bytes()) / 16;
+
 /// A window of 16 bytes for every block: from where the runs of pixels 0, kStep, 2 kStep ... start.
-template <int kStep, int kChannels, class D>
-HWY_INLINE hn::Vec<D> LoadWindows(D d, const unsigned char *src, const std::int32_t *starts) {
-#if HWY_HAVE_SCALABLE
-  return hn::LoadU(d, src + kChannels * starts[0]);
-#else
-  if constexpr (hn::MaxLanes(D()) <= 16) {
-    return hn::LoadU(d, src + kChannels * starts[0]);
+template <int kStep, class D>
+HWY_INLINE hn::Vec<D> LoadWindows(D d, const unsigned char *src, const std::uint32_t *starts) {
+  if constexpr (HWY_HAVE_SCALABLE || hn::MaxLanes(D()) <= 16) {
+    return hn::LoadU(d, src + starts[0]);
   } else {
     const hn::Half<D> half;
-    const auto low = LoadWindows<kStep, kChannels>(half, src, starts);
-    const auto high = LoadWindows<kStep, kChannels>(half, src, starts + hn::MaxLanes(D()) / 32 * kStep);
-    return hn::Combine(d, high, low);
+    const auto low = LoadWindows<kStep>(half, src, starts);
+    return hn::Combine(d, LoadWindows<kStep>(half, src, starts + hn::MaxLanes(D()) / 32 * kStep), low);
   }
-#endif
 }
 
 template <class V, class W>
@@ -141,12 +139,13 @@ HWY_INLINE auto QuotientBytes(hn::Vec<Longs> sum0, hn::Vec<Longs> sum1, const Qu
   return hn::TruncateTo(FewBytes(), quotient(hn::BitCast(ULongs(), sums)));
 }
 
-template <class Quotient>
+/// kPairs: the pairs of a run; 0: as many as `runs` tells.
+template <long kPairs, class Quotient>
 void SumRuns24By(unsigned char *dst, const unsigned char *src, const Runs &runs, const Quotient &quotient) {
   const Bytes d;
   constexpr std::uint8_t kNone = 0x80;
   // of a window's first and second two pixels: the pair of each channel
-  alignas(16) static constexpr std::uint8_t kPairs[2][16] = {
+  alignas(16) static constexpr std::uint8_t kChannels[2][16] = {
       {0, kNone, 3, kNone, 1, kNone, 4, kNone, 2, kNone, 5, kNone, kNone, kNone, kNone, kNone},
       {6, kNone, 9, kNone, 7, kNone, 10, kNone, 8, kNone, 11, kNone, kNone, kNone, kNone, kNone}};
   // of the weights of four pixels: one pixel's for each block
@@ -155,26 +154,24 @@ void SumRuns24By(unsigned char *dst, const unsigned char *src, const Runs &runs,
                                                         8,  9,  10, 11, 8,  9,  10, 11, 8,  9,  10, 11, 8,  9,  10, 11,
                                                         12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15};
   alignas(16) static constexpr std::uint8_t kNarrow[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
-  const auto first = hn::LoadDup128(d, kPairs[0]), second = hn::LoadDup128(d, kPairs[1]);
+  const auto first = hn::LoadDup128(d, kChannels[0]), second = hn::LoadDup128(d, kChannels[1]);
   const auto narrow = hn::Load(FewBytes(), kNarrow);
-  const long step = static_cast<long>(hn::Lanes(d)) / 16;
-  for (long i = 0; i < runs.count; i += step) {
-    const auto *weights =
-        reinterpret_cast<const std::uint8_t *>(runs.weights + i / kGroup * kGroup * runs.pairs + i % kGroup / 4 * 4);
-    const auto own = hn::LoadU(d, kOwn + 16 * (i % 4));
-    auto sum0 = hn::Set(Longs(), static_cast<std::int32_t>(runs.start)), sum1 = hn::Zero(Longs());
-    for (long k = 0; k < runs.pairs; k += 2) {
-      const auto windows = LoadWindows<1, 3>(d, src + 6 * k, runs.starts + i);
-      AddPairs(sum0, sum1, hn::TableLookupBytesOr0(windows, first),
-               hn::TableLookupBytes(hn::LoadDup128(d, weights), own));
-      weights += 4 * kGroup;
-      if (k + 1 == runs.pairs) break;
-      AddPairs(sum0, sum1, hn::TableLookupBytesOr0(windows, second),
-               hn::TableLookupBytes(hn::LoadDup128(d, weights), own));
-      weights += 4 * kGroup;
+  const long pairs = kPairs == 0 ? runs.pairs : kPairs, count = runs.count;
+  const auto start = hn::Set(Longs(), static_cast<std::int32_t>(runs.start));
+  const std::uint32_t *starts = runs.starts, *weights = runs.weights;
+  for (long i = 0; i < count; i += 4, starts += 4, weights += i % kGroup == 0 ? kGroup * (pairs - 1) + 4 : 4) {
+    for (long j = 0; j < 4; j += kBlocks) {
+      const auto own = hn::LoadU(d, kOwn + 16 * j);
+      auto sum0 = start, sum1 = hn::Zero(Longs());
+      for (long k = 0; k < pairs; ++k) {
+        const auto windows = LoadWindows<1>(d, src + 12 * (k / 2), starts + j);
+        const auto pair = hn::TableLookupBytesOr0(windows, k % 2 == 0 ? first : second);
+        const auto four = hn::LoadDup128(d, reinterpret_cast<const std::uint8_t *>(weights + kGroup * k));
+        AddPairs(sum0, sum1, pair, hn::TableLookupBytes(four, own));
+      }
+      // the store reaches beyond the pixels, where the next one follows
+      hn::StoreU(hn::TableLookupBytes(QuotientBytes(sum0, sum1, quotient), narrow), FewBytes(), dst + 3 * (i + j));
     }
-    // the store reaches beyond the pixels, where the next one follows
-    hn::StoreU(hn::TableLookupBytes(QuotientBytes(sum0, sum1, quotient), narrow), FewBytes(), dst + 3 * i);
   }
 }
 
@@ -187,15 +184,22 @@ void SumRuns8By(unsigned char *dst, const unsigned char *src, const Runs &runs, 
     const auto picks = hn::BitCast(d, hn::LoadU(ULongs(), runs.picks + i));
     auto sum0 = hn::Set(Longs(), static_cast<std::int32_t>(runs.start)), sum1 = hn::Zero(Longs());
     for (long k = 0; k < runs.pairs; ++k, weights += kGroup)
-      AddPairs(sum0, sum1, hn::TableLookupBytesOr0(LoadWindows<4, 1>(d, src + 2 * k, runs.starts + i), picks),
+      AddPairs(sum0, sum1, hn::TableLookupBytesOr0(LoadWindows<4>(d, src + 2 * k, runs.starts + i), picks),
                hn::LoadU(ULongs(), weights));
     hn::StoreU(QuotientBytes(sum0, sum1, quotient), FewBytes(), dst + i);
   }
 }
 
+template <class Quotient>
+void SumRuns24With(unsigned char *dst, const unsigned char *src, const Runs &runs, const Quotient &quotient) {
+  if (runs.pairs == 1) return SumRuns24By<1>(dst, src, runs, quotient);
+  if (runs.pairs == 2) return SumRuns24By<2>(dst, src, runs, quotient);
+  SumRuns24By<0>(dst, src, runs, quotient);
+}
+
 void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs) {
-  if (runs.divisor <= kMaxFloat) return SumRuns24By(dst, src, runs, ByFloat(runs.divisor));
-  SumRuns24By(dst, src, runs, ByInteger(runs.divisor));
+  if (runs.divisor <= kMaxFloat) return SumRuns24With(dst, src, runs, ByFloat(runs.divisor));
+  SumRuns24With(dst, src, runs, ByInteger(runs.divisor));
 }
 
 void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs) {
