@@ -24,10 +24,9 @@ int Run(int argc, char **argv) {
   CLI::App app("Reads, shows and converts pictures in every depth, store and layout.", "qel");
   app.set_version_flag("--version", "qel " QEL_VERSION);
   app.require_subcommand(1);
-  AddInfo(app, status);
-  AddConvert(app, status);
-  AddCompare(app, status);
-  AddCard(app, status);
+  for (const auto add : {AddInfo, AddConvert, AddPalette, AddGallery, AddResize,
+                         AddCompare, AddCard, AddScene})
+    add(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success &help) {

@@ -1,7 +1,6 @@
-// Numbers in options.
+// Texts of options as numbers.
 #include "apps/qel/numbers.h"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 
 namespace app {
@@ -22,6 +21,20 @@ std::vector<LONG> ParseNumbers(const std::string &option, const std::string &tex
     throw CLI::ValidationError(option, "'" + text + "' is not " + std::to_string(count) + " numbers of at least " +
                                            std::to_string(least) + " parted by '" + parting + "'");
   return numbers;
+}
+
+SIZE ParseBox(const std::string &option, const std::string &text) {
+  const auto n = ParseNumbers(option, text, 'x', 2, 1);
+  return {n[0], n[1]};
+}
+
+RECT ParseArea(const std::string &option, const std::string &text) {
+  const auto n = ParseNumbers(option, text, ',', 4, 0);
+  const auto end = [](LONG start, LONG size) {
+    LONG sum = 0;
+    return __builtin_add_overflow(start, size, &sum) ? INT32_MAX : sum;
+  };
+  return {n[0], n[1], end(n[0], n[2]), end(n[1], n[3])};
 }
 
 }  // namespace app

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "apps/qel/failure.h"
 #include "qel/platform/mfc/file.h"
 
 namespace app {
@@ -37,5 +38,17 @@ class OutputFile {
   mode_t m_mode;            // permissions of the finished file
   CFile m_file;
 };
+
+/// Runs `work` on an open file and turns the exceptions of that file into a Failure that names `path`.
+template <class Work>
+void WithFile(const std::string &path, Work work) {
+  try {
+    work();
+  } catch (CFileException *problem) {
+    const std::string reason = ReasonOf(*problem);
+    problem->Delete();
+    throw Failure(path, reason);
+  }
+}
 
 }  // namespace app

@@ -16,18 +16,6 @@ namespace {
 constexpr const char *kOutOfMemory = "out of memory";
 constexpr const char *kCutShort = "is cut short within its headers";
 
-/// Runs `work` on an open file and turns the exceptions of that file into a Failure.
-template <class Work>
-void WithFile(const std::string &path, Work work) {
-  try {
-    work();
-  } catch (CFileException *problem) {
-    const std::string reason = ReasonOf(*problem);
-    problem->Delete();
-    throw Failure(path, reason);
-  }
-}
-
 /// A little-endian field of a header.
 template <class Field>
 Field FieldAt(const unsigned char *header, int offset) {
@@ -61,6 +49,8 @@ std::string WhyNotRead(CFile &file) {
   return file.GetLength() < 14 + headerBytes + masks + 4 * colours ? kCutShort : kOutOfMemory;
 }
 
+}  // namespace
+
 /// Folders and devices open like files on some systems, so they are told apart beforehand.
 void RequireRegularFile(const std::string &path) {
   struct stat status;
@@ -68,8 +58,6 @@ void RequireRegularFile(const std::string &path) {
   if (S_ISDIR(status.st_mode)) throw Failure(path, "is a folder");
   if (!S_ISREG(status.st_mode)) throw Failure(path, "is not a regular file");
 }
-
-}  // namespace
 
 void ReadPicture(const std::string &path, PQel &image, const Keeping &keeping) {
   RequireRegularFile(path);

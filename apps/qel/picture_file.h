@@ -8,6 +8,9 @@
 
 namespace app {
 
+/// Throws a Failure for a name of anything but a file.
+void RequireRegularFile(const std::string &path);
+
 /// Reads a picture into an empty image that keeps it as asked.
 void ReadPicture(const std::string &path, PQel &image, const Keeping &keeping);
 
