@@ -18,7 +18,7 @@ using lines::kColorCells;
 constexpr int kPaletteSize = 256;
 constexpr int kStandardColors = 16;
 constexpr int kOwnColors = kPaletteSize - kStandardColors;
-constexpr long kBatchPixels = 8192;  // narrow rows are counted together
+constexpr long kBatchPixels = 20480;  // rows are counted several at once
 
 // Levels -------------------------------------------------------------------------------------------------------------
 
