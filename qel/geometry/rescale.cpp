@@ -24,11 +24,7 @@ int PQel::RescaleImage(PQel *pSource) {
 namespace {
 
 namespace lines = qel::lines;
-using qel::geometry::MakeRuns;
-using qel::geometry::PairsOfRuns;
-using qel::geometry::RunsMemory;
-using qel::geometry::TableEntries;
-using qel::geometry::ZoomTable;
+using namespace qel::geometry;
 
 struct Sizes {
   long width;
@@ -36,21 +32,36 @@ struct Sizes {
   explicit Sizes(const PQel &image) : width(image.GetImageWidth()), height(image.GetImageHeight()) {}
 };
 
+/// How the columns are resampled.
+enum class Columns { kByTable, kByRuns, kBySpans };
+
+Columns ColumnsOf(const PQel &source, const PQel &dest) {
+  const long n = source.GetImageWidth(), m = dest.GetImageWidth();
+  const int nType = source.GetImageType(), nBits = dest.GetBitCount();
+  const bool bGray = nBits <= 8;
+  // both lines hold gray levels, or both 24-bit pixels
+  const bool bAlike = bGray ? nType == 0 || nType == 4 || nType == 5 : nBits == 24 || source.GetBitCount() > 8;
+  if (n == m || !bAlike) return Columns::kByTable;
+  if (bGray && AreSpansLong(n, m)) return Columns::kBySpans;
+  return m <= lines::kMaxWeight ? Columns::kByRuns : Columns::kByTable;
+}
+
 /// Working memory of a rescaling in one zeroed block.
 class Workspace {
  public:
   ZoomTable columns{};
   ZoomTable rows{};
-  RunsMemory runs{};              // of the columns, when they are asked for
+  RunsMemory runs{};  // of the columns: these or those
+  SpansMemory spans{};
   unsigned char *source{};        // a source row
   unsigned char *resampled[2]{};  // two of them at the new width
   unsigned char *out{};           // a destination row
   std::uint32_t *sums{};          // of a destination row
 
-  bool Alloc(const Sizes &from, const Sizes &to, bool bRuns) {
-    xLayOut(from, to, bRuns);  // finds the size
+  bool Alloc(const Sizes &from, const Sizes &to, Columns how) {
+    xLayOut(from, to, how);  // finds the size
     if (!m_memory.AllocMemory(GHND, m_dwUsed)) return false;
-    xLayOut(from, to, bRuns);
+    xLayOut(from, to, how);
     return true;
   }
 
@@ -66,18 +77,19 @@ class Workspace {
     for (int **p : {&table.map, &table.weights1, &table.weights2}) xTake(*p, lEntries);
   }
 
-  void xLayOut(const Sizes &from, const Sizes &to, bool bRuns) {
+  void xLayOut(const Sizes &from, const Sizes &to, Columns how) {
     m_dwUsed = 0;
     xTake(columns, from.width, to.width);
     xTake(rows, from.height, to.height);
-    long lReadSlack = 0;
-    if (bRuns) {
-      const long lPixels = (to.width + lines::kGroup - 1) / lines::kGroup * lines::kGroup;
-      const long lPairs = PairsOfRuns(from.width, to.width);
+    long lReadSlack = lines::ReadSlack(0);
+    if (how == Columns::kByRuns) {
+      const long lPixels = WholeGroups(to.width), lPairs = PairsOfRuns(from.width, to.width);
       xTake(runs.starts, lPixels);
       xTake(runs.picks, lPixels);
       xTake(runs.weights, lPixels * lPairs);
       lReadSlack = lines::ReadSlack(lPairs);
+    } else if (how == Columns::kBySpans) {
+      for (std::uint32_t **p : {&spans.starts, &spans.lengths, &spans.cuts[0], &spans.cuts[1]}) xTake(*p, to.width);
     }
     xTake(source, 3 * from.width + lReadSlack);
     for (unsigned char **p : {&resampled[0], &resampled[1], &out}) xTake(*p, 3 * to.width + lines::kWriteSlack);
@@ -88,81 +100,130 @@ class Workspace {
   unsigned long m_dwUsed = 0;
 };
 
-/// True when the columns can be resampled by runs: both lines hold gray levels or both 24-bit pixels, and weights fit.
-bool HasRuns(const PQel &source, const PQel &dest) {
-  const long m = dest.GetImageWidth();
-  if (source.GetImageWidth() == m || m > lines::kMaxWeight) return false;
-  const int nType = source.GetImageType(), nBits = dest.GetBitCount();
-  return nBits <= 8 ? nType == 0 || nType == 4 || nType == 5 : nBits == 24 || source.GetBitCount() > 8;
-}
+/// Resamples the rows of one image into those of another, once the zoom tables are built.
+class Resampling {
+ public:
+  Resampling(PQel &source, PQel &dest)
+      : m_source(source),
+        m_dest(dest),
+        m_from(source),
+        m_to(dest),
+        m_columns(ColumnsOf(source, dest)),
+        m_nBits(dest.GetBitCount()),
+        m_bGray(m_nBits <= 8) {}
+
+  /// False when the sums of 32 bits would overflow, or memory is short.
+  bool Alloc() {
+    const long lAveraged =
+        std::max(m_to.width < m_from.width ? m_from.width : 0, m_to.height < m_from.height ? m_from.height : 0);
+    return lAveraged <= lines::kMaxAveraged && m_work.Alloc(m_from, m_to, m_columns);
+  }
+
+  const Sizes &From() const { return m_from; }
+  const Sizes &To() const { return m_to; }
+  const ZoomTable &ColumnTable() const { return m_work.columns; }
+  const ZoomTable &RowTable() const { return m_work.rows; }
+
+  void Run() {
+    const long n = m_from.width, m = m_to.width;
+    if (m_columns == Columns::kByRuns) m_runs = MakeRuns(m_work.runs, m_work.columns, n, m, m_bGray ? 1 : 3);
+    if (m_columns == Columns::kBySpans) m_spans = MakeSpans(m_work.spans, m_work.columns, n, m);
+    if (m_from.height == m_to.height)
+      xKeepRows();
+    else if (m_from.height < m_to.height)
+      xBlendRows();
+    else
+      xAverageRows();
+  }
+
+ private:
+  /// Reads a source row at the new width; behind the last row nothing.
+  void xRead(long lRow, unsigned char *pLine) {
+    const ZoomTable &table = m_work.columns;
+    if (m_columns == Columns::kByTable) {
+      m_source.GetRescaleLine(m_to.width, lRow, pLine, table.map, table.weights1, table.weights2, m_nBits);
+      return;
+    }
+    if (lRow >= m_from.height) return;
+    if (m_bGray)
+      m_source.GetGrayHorLine(0, m_from.width - 1, lRow, m_work.source, nullptr);
+    else
+      m_source.Get24bitHorLine(0, m_from.width - 1, lRow, m_work.source, nullptr);
+    if (m_columns == Columns::kBySpans)
+      lines::SumSpans(pLine, m_work.source, m_spans);
+    else
+      (m_bGray ? lines::SumRuns8 : lines::SumRuns24)(pLine, m_work.source, m_runs);
+  }
+
+  void xStore(long lRow, unsigned char *pLine) {
+    if (m_bGray)
+      m_dest.PutGrayHorLine(0, m_to.width - 1, lRow, pLine);
+    else
+      m_dest.Put24bitHorLine(0, m_to.width - 1, lRow, pLine);
+  }
+
+  long xValues() const { return m_bGray ? m_to.width : 3 * m_to.width; }
+
+  void xKeepRows() {
+    for (long y = m_to.height - 1; y >= 0; --y) {
+      xRead(y, m_work.out);
+      xStore(y, m_work.out);
+    }
+  }
+
+  void xBlendRows() {
+    const ZoomTable &rows = m_work.rows;
+    const auto divisor = static_cast<std::int32_t>(m_to.height);
+    const long lValues = (xValues() + lines::kWriteSlack - 1) / lines::kWriteSlack * lines::kWriteSlack;  // no tails
+    unsigned char *pA = m_work.resampled[0], *pB = m_work.resampled[1];
+    xRead(0, pA);
+    xRead(1, pB);
+    for (long y = 0, k = 0; y < m_to.height; ++y) {
+      BlendLines(m_work.out, pA, pB, divisor, rows.weights1[y], rows.weights2[y], lValues);
+      xStore(y, m_work.out);
+      if (rows.map[y] == 0) continue;
+      xRead(k++ + 2, pA);
+      std::swap(pA, pB);
+    }
+  }
+
+  void xAverageRows() {
+    const ZoomTable &rows = m_work.rows;
+    const auto divisor = static_cast<std::uint32_t>(m_from.height);
+    unsigned char *const pLine = m_work.resampled[0];
+    xRead(0, pLine);
+    for (long y = 0, k = 0, i = 0; y < m_to.height; ++i) {
+      if (rows.weights1[i] != 0) AccumulateLine(m_work.sums, pLine, xValues(), rows.weights1[i]);
+      if (rows.map[i] == 0) {
+        xRead(++k, pLine);
+        continue;
+      }
+      DivideLine(m_work.out, m_work.sums, xValues(), divisor);
+      std::fill_n(m_work.sums, xValues(), 0u);
+      xStore(y++, m_work.out);
+    }
+  }
+
+  PQel &m_source, &m_dest;
+  Sizes m_from, m_to;
+  Columns m_columns;
+  int m_nBits;
+  bool m_bGray;
+  Workspace m_work;
+  lines::Runs m_runs{};
+  lines::Spans m_spans{};
+};
 
 }  // namespace
 
 int PQel::xRescaleImageInterpolation(PQel *pSource) {
   if (pSource == nullptr || IsEmpty() || pSource->IsEmpty()) return 0;
-  const Sizes from(*pSource), to(*this);
-  if (std::max(to.width < from.width ? from.width : 0, to.height < from.height ? from.height : 0) > lines::kMaxAveraged)
-    return 0;  // sums of 32 bits would overflow
-
-  Workspace work;
-  bool bRuns = HasRuns(*pSource, *this);
-  if (!work.Alloc(from, to, bRuns)) return 0;
-  xBuildZoomTable(from.width, to.width, work.columns.map, work.columns.weights1, work.columns.weights2);
-  xBuildZoomTable(from.height, to.height, work.rows.map, work.rows.weights1, work.rows.weights2);
-  const int nBits = GetBitCount();
-  const bool bGray = nBits <= 8;
-  lines::Runs runs{};
-  if (bRuns) runs = MakeRuns(work.runs, work.columns, from.width, to.width, bGray ? 1 : 3);
-  if (bRuns && bGray) bRuns = lines::SetPicks(work.runs.picks, runs.starts, to.width);
-
-  const auto Read = [&](long lRow, unsigned char *pLine) {
-    if (!bRuns) {
-      pSource->GetRescaleLine(to.width, lRow, pLine, work.columns.map, work.columns.weights1, work.columns.weights2,
-                              nBits);
-    } else if (lRow < from.height && bGray) {
-      pSource->GetGrayHorLine(0, from.width - 1, lRow, work.source, nullptr);
-      lines::SumRuns8(pLine, work.source, runs);
-    } else if (lRow < from.height) {
-      pSource->Get24bitHorLine(0, from.width - 1, lRow, work.source, nullptr);
-      lines::SumRuns24(pLine, work.source, runs);
-    }
-  };
-  const auto Store = [&](long lRow, unsigned char *pLine) {
-    bGray ? PutGrayHorLine(0, to.width - 1, lRow, pLine) : Put24bitHorLine(0, to.width - 1, lRow, pLine);
-  };
-  const long lCount = bGray ? to.width : 3 * to.width;
-  unsigned char *pA = work.resampled[0], *pB = work.resampled[1];
-  const ZoomTable &rows = work.rows;
-
-  if (from.height == to.height) {
-    for (long y = to.height - 1; y >= 0; --y) {
-      Read(y, pA);
-      Store(y, pA);
-    }
-  } else if (from.height < to.height) {
-    Read(0, pA);
-    Read(1, pB);
-    const long lWhole = (lCount + lines::kWriteSlack - 1) / lines::kWriteSlack * lines::kWriteSlack;  // whole vectors
-    for (long y = 0, k = 0; y < to.height; ++y) {
-      BlendLines(work.out, pA, pB, static_cast<std::int32_t>(to.height), rows.weights1[y], rows.weights2[y], lWhole);
-      Store(y, work.out);
-      if (rows.map[y] == 0) continue;
-      Read(k++ + 2, pA);
-      std::swap(pA, pB);
-    }
-  } else {
-    Read(0, pA);
-    for (long y = 0, k = 0, i = 0; y < to.height; ++i) {
-      if (rows.weights1[i] != 0) AccumulateLine(work.sums, pA, lCount, rows.weights1[i]);
-      if (rows.map[i] == 0) {
-        Read(++k, pA);
-        continue;
-      }
-      DivideLine(work.out, work.sums, lCount, static_cast<std::uint32_t>(from.height));
-      std::fill_n(work.sums, lCount, 0u);
-      Store(y++, work.out);
-    }
-  }
+  Resampling work(*pSource, *this);
+  if (!work.Alloc()) return 0;
+  const ZoomTable &columns = work.ColumnTable(), &rows = work.RowTable();
+  xBuildZoomTable(work.From().width, work.To().width, columns.map, columns.weights1, columns.weights2);
+  xBuildZoomTable(work.From().height, work.To().height, rows.map, rows.weights1, rows.weights2);
+  work.Run();
   return 1;
 }
 

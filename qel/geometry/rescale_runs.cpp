@@ -33,13 +33,28 @@ class RunWriter {
   bool m_bHigh = false;
 };
 
+/// Walks a zoom-out table: begin(i, k) with destination pixel i and the first source pixel that weighs in it, then
+/// add(weight) for each that does.
+template <class Begin, class Add>
+void WalkZoomOut(const ZoomTable &table, long m, Begin begin, Add add) {
+  for (long i = 0, k = 0, entry = 0; i < m; ++i) {
+    while (table.weights1[entry] == 0) k += table.map[entry++] == 0;  // both pixels ended together
+    begin(i, k);
+    for (bool bClosed = false; !bClosed; ++entry) {
+      add(table.weights1[entry]);
+      bClosed = table.map[entry] != 0;
+      if (!bClosed) ++k;
+    }
+  }
+}
+
 }  // namespace
 
 lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m, long channels) {
-  lines::Runs runs{m, PairsOfRuns(n, m), memory.starts, memory.weights, memory.picks, 0, 0};
+  const auto divisor = static_cast<std::uint32_t>(std::max(n, m));
+  const lines::Runs runs{m, PairsOfRuns(n, m), memory.starts, memory.weights, memory.picks, divisor, divisor / 2};
   RunWriter writer(runs, memory, channels);
   if (n < m) {
-    runs.divisor = static_cast<std::uint32_t>(m);
     for (long i = 0, k = 0; i < m; ++i) {
       writer.Begin(i, k);
       writer.Add(table.weights1[i]);
@@ -47,20 +62,30 @@ lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, l
       if (table.map[i] != 0) ++k;
     }
   } else {
-    runs.divisor = static_cast<std::uint32_t>(n);
-    for (long i = 0, k = 0, entry = 0; i < m; ++i) {
-      while (table.weights1[entry] == 0) k += table.map[entry++] == 0;  // both pixels ended together
-      writer.Begin(i, k);
-      for (bool bClosed = false; !bClosed; ++entry) {
-        writer.Add(table.weights1[entry]);
-        bClosed = table.map[entry] != 0;
-        if (!bClosed) ++k;
-      }
-    }
+    WalkZoomOut(
+        table, m, [&](long i, long k) { writer.Begin(i, k); }, [&](int nWeight) { writer.Add(nWeight); });
   }
-  runs.start = runs.divisor / 2;
-  std::fill(memory.starts + m, memory.starts + (m + lines::kGroup - 1) / lines::kGroup * lines::kGroup, 0u);
+  std::fill(memory.starts + m, memory.starts + WholeGroups(m), memory.starts[m - 1]);
+  if (channels == 1) lines::SetPicks(memory.picks, memory.starts, WholeGroups(m));
   return runs;
+}
+
+lines::Spans MakeSpans(const SpansMemory &memory, const ZoomTable &table, long n, long m) {
+  const auto weight = static_cast<std::uint32_t>(m), divisor = static_cast<std::uint32_t>(n);
+  long lLast = 0;
+  WalkZoomOut(
+      table, m,
+      [&](long i, long k) {
+        lLast = i;
+        memory.starts[i] = static_cast<std::uint32_t>(k);
+        memory.lengths[i] = 0;
+      },
+      [&](int nWeight) {
+        const std::uint32_t cut = weight - static_cast<std::uint32_t>(nWeight);
+        if (memory.lengths[lLast]++ == 0) memory.cuts[0][lLast] = cut;
+        memory.cuts[1][lLast] = cut;
+      });
+  return {m, memory.starts, memory.lengths, {memory.cuts[0], memory.cuts[1]}, weight, divisor, divisor / 2};
 }
 
 }  // namespace qel::geometry

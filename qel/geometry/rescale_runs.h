@@ -23,15 +23,34 @@ inline long PairsOfRuns(long n, long m) {
   return n < m ? 1 : ((n % m == 0 ? n / m : n / m + 2) + 1) / 2;
 }
 
+inline long WholeGroups(long m) {
+  return (m + lines::kGroup - 1) / lines::kGroup * lines::kGroup;
+}
+
+/// True when gray lines are better summed by spans than by runs.
+inline bool AreSpansLong(long n, long m) {
+  return n > 4 * m;
+}
+
 /// Where the runs of m pixels are made: room for m rounded up to whole groups, and for the weights of as many pairs.
 struct RunsMemory {
   std::uint32_t *starts;
   std::uint32_t *weights;  // zeroed
-  std::uint32_t *picks;
+  std::uint32_t *picks;    // gray lines only
+};
+
+/// The same for spans.
+struct SpansMemory {
+  std::uint32_t *starts;
+  std::uint32_t *lengths;
+  std::uint32_t *cuts[2];
 };
 
 /// Runs by the table of n source and m destination pixels of 1 or 3 bytes (m at most lines::kMaxWeight), rounding to
-/// nearest. `picks` is not set.
+/// nearest.
 lines::Runs MakeRuns(const RunsMemory &memory, const ZoomTable &table, long n, long m, long channels);
+
+/// Spans of gray pixels by the zoom-out table of n source and m destination pixels, rounding to nearest.
+lines::Spans MakeSpans(const SpansMemory &memory, const ZoomTable &table, long n, long m);
 
 }  // namespace qel::geometry

@@ -58,13 +58,9 @@ void ZoomIn(unsigned char *dst, const unsigned char *src, const int *map, const 
 
 // Runs ---------------------------------------------------------------------------------------------------------------
 
-bool SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count) {
-  for (long i = 0; i < count; ++i) {
-    const std::uint32_t at = starts[i] - starts[i / 4 * 4];
-    if (at > 14) return false;
-    picks[i] = at * 0x10001 + 0x80018000;  // byte, none, next byte, none
-  }
-  return true;
+void SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count) {
+  for (long i = 0; i < count; ++i)
+    picks[i] = (starts[i] - starts[i / 4 * 4]) * 0x10001 + 0x80018000;  // byte, none, next byte, none
 }
 
 // Nearest neighbours -------------------------------------------------------------------------------------------------

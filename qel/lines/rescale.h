@@ -65,13 +65,27 @@ constexpr long ReadSlack(long pairs) {
 }
 inline constexpr long kWriteSlack = 64;
 
-/// Tells for four gray pixels each, which two bytes of a window of 16 are theirs; false when four runs reach too far
-/// apart for that.
-bool SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count);
+/// Tells for four gray pixels each, which two bytes of a window of 16 are theirs. Four runs start within 14 bytes: that
+/// holds while a line is not reduced to less than a quarter.
+void SetPicks(std::uint32_t *picks, const std::uint32_t *starts, long count);
 
 /// Make a line of gray or 24-bit pixels by runs.
 void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs);
 void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs);
+
+/// The same for long runs of gray pixels, all of which weigh alike but the two at the ends.
+struct Spans {
+  long count;
+  const std::uint32_t *starts;   // the first byte of each span
+  const std::uint32_t *lengths;  // its bytes, 2 and up
+  const std::uint32_t *cuts[2];  // what the first and the last byte weigh less than `weight`
+  std::uint32_t weight;
+  std::uint32_t divisor;
+  std::uint32_t start;
+};
+
+/// Makes a gray line by spans. May read 16 bytes behind the source.
+void SumSpans(unsigned char *dst, const unsigned char *src, const Spans &spans);
 
 /// Nearest neighbours: pixel i of m is pixel ((m - 1) / 2 + i (n - 1)) / (m - 1) of n (pixel 0 when m is 1). Bytes, and
 /// nibbles, whose line ends in a low nibble of 0.

@@ -43,4 +43,14 @@ void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs) {
   SumRuns<3>(dst, src, runs);
 }
 
+void SumSpans(unsigned char *dst, const unsigned char *src, const Spans &spans) {
+  for (long i = 0; i < spans.count; ++i) {
+    const unsigned char *const p = src + spans.starts[i], *const last = p + spans.lengths[i] - 1;
+    std::uint32_t sum = 0;
+    for (const unsigned char *q = p; q <= last; ++q) sum += *q;
+    sum = spans.start + sum * spans.weight - *p * spans.cuts[0][i] - *last * spans.cuts[1][i];
+    dst[i] = static_cast<unsigned char>(sum / spans.divisor);
+  }
+}
+
 }  // namespace qel::lines::plain

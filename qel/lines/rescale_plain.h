@@ -11,5 +11,6 @@ void Blend(unsigned char *out, const unsigned char *a, const unsigned char *b, s
            std::int32_t weight1, std::int32_t weight2, long n);
 void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs);
 void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs);
+void SumSpans(unsigned char *dst, const unsigned char *src, const Spans &spans);
 
 }  // namespace qel::lines::plain

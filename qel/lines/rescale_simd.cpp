@@ -3,7 +3,8 @@
 // Weighted sums are pair multiply-adds: two neighbouring source values of 16 bits by two weights of 16 bits give one
 // sum of 32. Bytes reach their pairs by shuffles within blocks of 16 bytes. A 24-bit pixel takes a block of its own
 // (blue, green, red, nothing), whose window of the source is loaded from where its run starts; four gray pixels share a
-// block and a window. So one loop serves enlarging (runs of two) and reducing.
+// block and a window. So one loop serves enlarging (runs of two) and reducing. Gray lines that are reduced to less than
+// a quarter are summed without weights, 16 bytes at a time, and the two ends of each span taken off again.
 //
 // Sums are divided exactly in one of two ways:
 //   up to kMaxFloat, sums below 256 d: by the smallest float r that is not below 1 / d. A sum q d is exact, and
@@ -64,6 +65,7 @@ using plain::Blend;
 using plain::Divide;
 using plain::SumRuns24;
 using plain::SumRuns8;
+using plain::SumSpans;
 
 #else
 
@@ -231,6 +233,36 @@ void Divide(unsigned char *out, const std::uint32_t *acc, long n, std::uint32_t 
   plain::Divide(out + i, acc + i, n - i, divisor);
 }
 
+// Spans --------------------------------------------------------------------------------------------------------------
+
+/// The sum of bytes, 16 at a time.
+HWY_INLINE std::uint32_t SumBytes(const unsigned char *p, long n) {
+  const hn::FixedTag<std::uint8_t, 16> d;
+  const hn::Repartition<std::uint64_t, decltype(d)> d64;
+  alignas(16) static constexpr std::uint8_t kFirst[32] = {255, 255, 255, 255, 255, 255, 255, 255,
+                                                          255, 255, 255, 255, 255, 255, 255, 255};
+  auto sums = hn::Zero(d64);
+  for (; n > 16; n -= 16, p += 16) sums = hn::Add(sums, hn::SumsOf8(hn::LoadU(d, p)));
+  const auto rest = hn::And(hn::LoadU(d, p), hn::LoadU(d, kFirst + 16 - n));
+  sums = hn::Add(sums, hn::SumsOf8(rest));
+  return static_cast<std::uint32_t>(hn::GetLane(hn::SumOfLanes(d64, sums)));
+}
+
+void SumSpans(unsigned char *dst, const unsigned char *src, const Spans &spans) {
+  std::uint32_t sums[64];
+  for (long i = 0; i < spans.count; i += 64) {
+    const long count = spans.count - i < 64 ? spans.count - i : 64;
+    for (long j = i; j < i + count; ++j) {
+      const unsigned char *const p = src + spans.starts[j];
+      const long n = spans.lengths[j];
+      sums[j - i] = spans.start + SumBytes(p, n) * spans.weight - p[0] * spans.cuts[0][j] - p[n - 1] * spans.cuts[1][j];
+    }
+    Divide(dst + i, sums, count, spans.divisor);
+  }
+}
+
+// Blends -------------------------------------------------------------------------------------------------------------
+
 /// Words of values below 256 from the pair sums of their even or odd places.
 template <class V, class W, class Quotient>
 HWY_INLINE hn::Vec<Words> BlendWords(V a, V b, W weights, const Quotient &quotient) {
@@ -291,12 +323,16 @@ HWY_EXPORT(Blend);
 HWY_EXPORT(Divide);
 HWY_EXPORT(SumRuns24);
 HWY_EXPORT(SumRuns8);
+HWY_EXPORT(SumSpans);
 
 void SumRuns24(unsigned char *dst, const unsigned char *src, const Runs &runs) {
   HWY_DYNAMIC_DISPATCH(SumRuns24)(dst, src, runs);
 }
 void SumRuns8(unsigned char *dst, const unsigned char *src, const Runs &runs) {
   HWY_DYNAMIC_DISPATCH(SumRuns8)(dst, src, runs);
+}
+void SumSpans(unsigned char *dst, const unsigned char *src, const Spans &spans) {
+  HWY_DYNAMIC_DISPATCH(SumSpans)(dst, src, spans);
 }
 
 }  // namespace qel::lines
