@@ -1,3 +1,204 @@
 // Gaussian blur of an area, and the shift of a gray line by a part of a pixel.
+//
+// A separable blur: every row of the area is filtered into this image, then every column of it, by a kernel of whole
+// numbers that was made from sigma; each pass truncates to bytes and goes through this image's own format. Beyond the
+// edges of the images the outermost pixels go on; in repeat mode the plane does.
+
+#include <algorithm>
+#include <cmath>
 
 #include "qel/image/image.h"
+#include "qel/lines/gaussian.h"
+
+// Kernel -------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr int kMaxHalf = 60;  // taps on each side of the middle
+
+/// A kernel and what it was made from.
+struct Kernel {
+  double sigma = 0;
+  int n = 0;  // taps, odd; 0 when there is no kernel for sigma
+  int weights[2 * kMaxHalf + 1];
+
+  int Half() const { return n / 2; }
+  int Divisor() const {
+    int nSum = 0;
+    for (int k = 0; k < n; ++k) nSum += weights[k];
+    return nSum;
+  }
+};
+
+/// Samples the Gaussian and cuts its tails where they hold less than 0.5 % or a weight falls below 4 / 1024.
+void BuildKernel(Kernel &kernel, double sigma) {
+  kernel.sigma = sigma;
+  kernel.n = 1;
+  kernel.weights[0] = 1;
+  if (sigma < 0.1) return;
+  kernel.n = 0;
+  if (!std::isfinite(sigma)) return;
+
+  using Extended = long double;
+  const Extended s = sigma, a = 0.39894228 / s;
+  Extended g[kMaxHalf + 1], sum = 0;
+  for (int i = 0; i <= kMaxHalf; ++i) {
+    g[i] = a * std::exp(-static_cast<Extended>(i * i) / (2 * s * s));
+    sum += g[i];
+  }
+  const Extended total = 2 * sum - g[0];
+  const auto weight = [&](int j) { return static_cast<int>(Extended(0.5) + 1024 * g[j] / total); };
+  const auto tail = [&](int j) {
+    Extended beyond = 0;
+    for (int i = j + 1; i <= kMaxHalf; ++i) beyond += g[i];
+    return 2 * beyond;
+  };
+  int h = 0;
+  while (tail(h) / total >= Extended(0.005) && weight(h) >= 4) ++h;  // ends at kMaxHalf, where no tail is left
+  kernel.n = 2 * h + 1;
+  for (int k = 0; k <= h; ++k) kernel.weights[h - k] = kernel.weights[h + k] = weight(k);
+}
+
+/// The kernel of a sigma. The last one is kept: its 61 exponentials in extended precision take longer than the blur of
+/// a small image.
+const Kernel &KernelOf(double sigma) {
+  thread_local Kernel last;
+  if (last.sigma != sigma || last.n == 0) BuildKernel(last, sigma);
+  return last;
+}
+
+}  // namespace
+
+int PQel::xGetGaussianFilterMatrix(int *pWeights, double sigma) {
+  if (pWeights == nullptr) return 0;
+  const Kernel &kernel = KernelOf(sigma);
+  std::copy_n(kernel.weights, kernel.n, pWeights);
+  return kernel.n;
+}
+
+int PQel::GetGaussianFilterWidth(double sigma) {
+  return KernelOf(sigma).n;
+}
+
+// Filters of lines ---------------------------------------------------------------------------------------------------
+
+void PQel::xDoGrayGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n) {
+  if (pOut == nullptr || pIn == nullptr || pTable == nullptr || nDivisor <= 0 || n <= 0) return;
+  qel::lines::FilterByTable(pOut, pIn, lCount, 1, pTable, nDivisor, n);
+}
+
+void PQel::xDo24bitGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n) {
+  if (pOut == nullptr || pIn == nullptr || pTable == nullptr || nDivisor <= 0 || n <= 0) return;
+  qel::lines::FilterByTable(pOut, pIn, lCount, 3, pTable, nDivisor, n);
+}
+
+void PQel::SlantGrayLine(int nShift, BYTE *pLine, int nCount) {
+  if (pLine == nullptr || nShift == 0 || nShift < -256 || nShift > 256) return;
+  qel::lines::SlantGray(pLine, nCount, std::abs(nShift));
+}
+
+// Blur ---------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Gray levels or 24-bit pixels, the two forms in which lines are filtered.
+struct LineForm {
+  int bytes;  // a pixel
+  int (PQel::*getRow)(long, long, long, unsigned char *, unsigned char *);
+  int (PQel::*getColumn)(long, long, long, unsigned char *, unsigned char *);
+  int (PQel::*putRow)(long, long, long, unsigned char *);
+  int (PQel::*putColumn)(long, long, long, unsigned char *);
+};
+
+constexpr LineForm kGrayForm = {1, &PQel::GetGrayHorLine, &PQel::GetGrayVerLine, &PQel::PutGrayHorLine,
+                                &PQel::PutGrayVerLine};
+constexpr LineForm kColorForm = {3, &PQel::Get24bitHorLine, &PQel::Get24bitVerLine, &PQel::Put24bitHorLine,
+                                 &PQel::Put24bitVerLine};
+
+/// A blur to be done.
+struct BlurJob {
+  PQel *source;
+  PQel *target;
+  const LineForm *form;
+  Kernel kernel;  // a copy: a hook may blur with another one
+  long left, top, right, bottom;
+  bool isWritten;  // the target's type takes lines of the form
+};
+
+/// True when every coordinate shows a pixel.
+bool IsEndless(const PQel &image) {
+  return image.IsEnableRepeat() && image.GetXRepeat() > 0 && image.GetYRepeat() > 0;
+}
+
+/// Pixels first .. last of a line of `size` pixels, or of an endless one (size 0); the outermost pixels of the line go
+/// on beyond its ends. `read` moves a span that the line has.
+template <class Read>
+bool ReadWithEdges(unsigned char *pLine, int nBytes, long first, long last, long size, Read read) {
+  if (size == 0) return read(first, last, pLine);
+  const long lBefore = std::max(0L, -first), lBehind = std::max(0L, last - (size - 1));
+  unsigned char *const pFirst = pLine + lBefore * nBytes;
+  if (!read(first + lBefore, last - lBehind, pFirst)) return false;
+  unsigned char *const pEnd = pLine + (last - first + 1 - lBehind) * nBytes;
+  qel::lines::RepeatPixel(pLine, pFirst, nBytes, lBefore);
+  qel::lines::RepeatPixel(pEnd, pEnd - nBytes, nBytes, lBehind);
+  return true;
+}
+
+/// The blur line by line, as repeating images and hooks want it: all rows, then all columns.
+int BlurByLines(const BlurJob &job) {
+  const LineForm &form = *job.form;
+  const long n = job.kernel.n, h = n / 2, nBytes = form.bytes;
+  const long lWidth = job.right - job.left, lHeight = job.bottom - job.top;
+  const long lLine = (std::max(lWidth, lHeight) + 2 * n + 1) * nBytes;
+  PMem lines, products;
+  unsigned char *const pIn = lines.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(2 * lLine));
+  auto *const pTable =
+      reinterpret_cast<int *>(products.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(n) * 256 * sizeof(int)));
+  if (pIn == nullptr || pTable == nullptr) return 0;
+  unsigned char *const pOut = pIn + lLine;
+  qel::lines::FillProductTable(pTable, job.kernel.weights, n);
+  const int nDivisor = job.kernel.Divisor();
+  const auto filter = [&](long count) {
+    qel::lines::FilterByTable(pOut, pIn, count + 2 * h, form.bytes, pTable, nDivisor, n);
+    return pOut + h * nBytes;
+  };
+
+  const bool bEndless = IsEndless(*job.target), bEndlessRows = bEndless && IsEndless(*job.source);
+  for (long y = job.bottom - 1; y >= job.top; --y) {
+    const auto read = [&](long first, long last, unsigned char *p) {
+      return (job.source->*form.getRow)(first, last, y, p, nullptr) != 0;
+    };
+    if (!ReadWithEdges(pIn, form.bytes, job.left - h, job.right - 1 + h, bEndlessRows ? 0 : job.source->GetImageWidth(),
+                       read))
+      return 0;
+    if (!(job.target->*form.putRow)(job.left, job.right - 1, y, filter(lWidth)) && job.isWritten) return 0;
+  }
+  for (long x = job.left; x < job.right; ++x) {
+    const auto read = [&](long first, long last, unsigned char *p) {
+      return (job.target->*form.getColumn)(x, first, last, p, nullptr) != 0;
+    };
+    if (!ReadWithEdges(pIn, form.bytes, job.top - h, job.bottom - 1 + h, bEndless ? 0 : job.target->GetImageHeight(),
+                       read))
+      return 0;
+    if (!(job.target->*form.putColumn)(x, job.top, job.bottom - 1, filter(lHeight)) && job.isWritten) return 0;
+  }
+  return 1;
+}
+
+}  // namespace
+
+int PQel::GaussianBlur(PQel *pSrc, double sigma, RECT *pArea) {
+  if (!(sigma > 0) || IsEmpty()) return 0;
+  if (pSrc == nullptr) pSrc = this;
+  const RECT rc = pArea ? *pArea : RECT{0, 0, static_cast<LONG>(GetImageWidth()), static_cast<LONG>(m_lHeight)};
+  if (pSrc->IsEmpty() || rc.left >= rc.right || rc.top >= rc.bottom || rc.left < 0 || rc.top < 0) return 0;
+  if (rc.right > std::min(GetImageWidth(), pSrc->GetImageWidth())) return 0;
+  if (rc.bottom > std::min(m_lHeight, pSrc->m_lHeight)) return 0;
+  const bool bGray = GetBitCount() <= 8;
+  if (bGray && pSrc->GetBitCount() > 8) return 0;  // deep pixels cannot be read as gray levels
+  const Kernel kernel = KernelOf(sigma);
+  if (kernel.n == 0) return 0;
+  const bool bWritten = !bGray || m_nImageType == 0 || m_nImageType == 4 || m_nImageType == 5;
+  return BlurByLines(
+      {pSrc, this, bGray ? &kGrayForm : &kColorForm, kernel, rc.left, rc.top, rc.right, rc.bottom, bWritten});
+}
