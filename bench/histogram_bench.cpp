@@ -43,10 +43,27 @@ bench::Works Count(int step) {
   return {count(qel::lines::CountColors), count(qel::lines::plain::CountColors)};
 }
 
-const bench::PairsAtStart pairs([] {
-  bench::AddPair({"count colours, flat", 0.5, 0, [] { return Count(0); }});
-  bench::AddPair({"count colours, smooth", 0.7, 0, [] { return Count(6); }});
-  bench::AddPair({"count colours, noise", 0.7, 0, [] { return Count(200); }});
+/// A map of 4096 colours to a palette of random ones.
+bench::Works Nearest(long entries) {
+  const auto colors = Walk(200), map = std::make_shared<Line>(4096);
+  const auto palette = std::make_shared<Line>(3 * entries);
+  std::mt19937 random(2);
+  for (auto &b : *palette) b = static_cast<unsigned char>(random());
+  const auto find = [=](auto function) {
+    return Repeat([=] {
+      function(map->data(), colors->data(), 4096, palette->data(), entries);
+      Touch(map->data());
+    });
+  };
+  return {find(qel::lines::FindNearestColors), find(qel::lines::plain::FindNearestColors)};
+}
+
+const bench::PairsAtStart g_pairs([] {
+  bench::AddPair({"colours/count, flat : plain", 0.8, 0, [] { return Count(0); }});
+  bench::AddPair({"colours/count, smooth : plain", 0.7, 0, [] { return Count(6); }});
+  bench::AddPair({"colours/count, noise : plain", 0.7, 0, [] { return Count(200); }});
+  bench::AddPair({"colours/nearest of 16 : plain", 0.8, 0, [] { return Nearest(16); }});
+  bench::AddPair({"colours/nearest of 256 : plain", 0.3, 0, [] { return Nearest(256); }});
 });
 
 }  // namespace
