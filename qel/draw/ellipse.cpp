@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 
+#include "qel/draw/covered_rows.h"
 #include "qel/image/image.h"
 
 namespace {
@@ -21,18 +22,47 @@ LONG Saturated(long n) {
   return static_cast<LONG>(std::clamp(n, static_cast<long>(INT_MIN), static_cast<long>(INT_MAX)));
 }
 
+/// The two spans of one step: X insets them from both sides, Y from top and bottom, in half pixels.
+struct Spans {
+  long left, right, top, bottom;
+  Spans(const RECT &rc, long X, long Y)
+      : left(rc.left + (X + 1) / 2),
+        right(rc.right - (X + 1) / 2 - 1),
+        top(rc.top + (Y + 1) / 2),
+        bottom(rc.bottom - (Y + 1) / 2 - 1) {}
+};
+
+/// Walks along a quarter of an ellipse of W by H pixels and calls `step` with the insets of every pair of spans, in
+/// half pixels.
+template <class Step>
+void TraceEllipse(long W, long H, Step step) {
+  const Wide W2 = Wide{W} * W, H2 = Wide{H} * H;
+  long X = W, Y = 0;
+  Wide dx = 0, dy = 2 * W2 * H, d = 2 * H2 - W2 * H + W2 / 2;
+  while (dx < dy) {  // the flat part: one column a step, a row when the curve passes it
+    if (d > 0) {
+      step(X, Y);
+      Y += 2, dy -= 4 * W2, d -= dy;
+    }
+    X -= 2, dx += 4 * H2, d += dx + 2 * H2;
+  }
+  d += (3 * (W2 - H2) - dx - dy) / 2;
+  while (Y <= H) {  // the steep part: one row a step
+    step(X, Y);
+    if (d < 0) X -= 2, dx += 4 * H2, d += dx;
+    Y += 2, dy -= 4 * W2, d += 2 * W2 - dy;
+  }
+}
+
 }  // namespace
 
 // Inscribed ellipses -------------------------------------------------------------------------------------------------
 
-/// The two spans of one step: lX insets them from both sides, lY from top and bottom, in half pixels.
 int PQel::xSet4Pixel(RECT *pRect, long lX, long lY, long long llColor) {
   if (pRect == nullptr) return 0;
-  const long lInsetX = (lX + 1) / 2, lInsetY = (lY + 1) / 2;
-  const long lLeft = pRect->left + lInsetX, lRight = pRect->right - lInsetX - 1;
-  const long lTop = pRect->top + lInsetY, lBottom = pRect->bottom - lInsetY - 1;
-  const int nResult = xDrawHorLine(lLeft, lRight, lBottom, llColor);
-  if (lTop != lBottom) xDrawHorLine(lLeft, lRight, lTop, llColor);
+  const Spans spans(*pRect, lX, lY);
+  const int nResult = xDrawHorLine(spans.left, spans.right, spans.bottom, llColor);
+  if (spans.top != spans.bottom) xDrawHorLine(spans.left, spans.right, spans.top, llColor);
   return nResult;
 }
 
@@ -46,21 +76,15 @@ int PQel::FillCircle(RECT *pRect, long long llColor) {
   if (W == 1) return xDrawVerLine(rc.left, rc.top, rc.bottom - 1L, llColor);
   if (!m_bRepeat && IsOutside(rc, lWidth, lHeight)) return 1;
 
-  const Wide W2 = Wide{W} * W, H2 = Wide{H} * H;
-  long X = W, Y = 0;
-  Wide dx = 0, dy = 2 * W2 * H, d = 2 * H2 - W2 * H + W2 / 2;
-  while (dx < dy) {  // the flat part: one column a step, a row when the curve passes it
-    if (d > 0) {
-      xSet4Pixel(&rc, X, Y, llColor);
-      Y += 2, dy -= 4 * W2, d -= dy;
-    }
-    X -= 2, dx += 4 * H2, d += dx + 2 * H2;
-  }
-  d += (3 * (W2 - H2) - dx - dy) / 2;
-  while (Y <= H) {  // the steep part: one row a step
-    xSet4Pixel(&rc, X, Y, llColor);
-    if (d < 0) X -= 2, dx += 4 * H2, d += dx;
-    Y += 2, dy -= 4 * W2, d += 2 * W2 - dy;
+  if (CoveredRows::Suits(*this)) {
+    CoveredRows rows(*this, llColor);
+    TraceEllipse(W, H, [&](long X, long Y) {
+      const Spans spans(rc, X, Y);
+      rows.Add(spans.left, spans.right, spans.bottom);
+      if (spans.top != spans.bottom) rows.Add(spans.left, spans.right, spans.top);
+    });
+  } else {
+    TraceEllipse(W, H, [&](long X, long Y) { xSet4Pixel(&rc, X, Y, llColor); });
   }
   return 1;
 }

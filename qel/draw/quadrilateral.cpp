@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 
+#include "qel/draw/covered_rows.h"
 #include "qel/image/image.h"
 
 namespace {
@@ -57,9 +58,17 @@ int PQel::Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long 
     lFirst = std::min(lFirst, (m_bAntiAlias ? 8 : 1) * m_lHeight - 1);
     lLast = std::max(lLast, 0L);
   }
-  for (long y = lFirst; y >= lLast; --y) {
-    long xMin = 0, xMax = 0;
-    if (xGetIntersection(pt1, pt2, pt3, pt4, y, xMin, xMax)) xDrawHorLine(xMin, xMax, y, llColor);
+  const auto forRows = [&](auto draw) {
+    for (long y = lFirst; y >= lLast; --y) {
+      long xMin = 0, xMax = 0;
+      if (xGetIntersection(pt1, pt2, pt3, pt4, y, xMin, xMax)) draw(xMin, xMax, y);
+    }
+  };
+  if (CoveredRows::Suits(*this)) {
+    CoveredRows rows(*this, llColor);
+    forRows([&](long x1, long x2, long y) { rows.Add(x1, x2, y); });
+  } else {
+    forRows([&](long x1, long x2, long y) { xDrawHorLine(x1, x2, y, llColor); });
   }
   return 1;
 }

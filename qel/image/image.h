@@ -685,6 +685,9 @@ class QEL_API PQel : public CObject {
 
   // Raster primitives ------------------------------------------------------------------------------------------------
 
+  /// Gathers the sub-pixel rows of a shape. (draw/covered_rows.h)
+  class CoveredRows;
+
   /// Fill a span that has been clipped, and add the coverage of one sub-pixel row or column to the pixels under it.
   int xFillSpan(const LineSpan &span, long long llColor);
   int xCoverSpan(const LineSpan &span, long long llColor);

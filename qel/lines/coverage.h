@@ -1,12 +1,22 @@
-// Coverage blends: what one sub-pixel row of an anti-aliased shape adds to the pixels that it covers.
+// Coverage blends: what sub-pixel rows of an anti-aliased shape add to the pixels that they cover.
+//
+// One row of weight w moves a byte v of the line to v + floor(((c - o) x w + 127) / 256), kept between o and c, where o
+// is the byte of the base line and c that of the colour (24-bit pixels: blue in the colour's low byte, then green,
+// red). A row that covers a pixel in full has the weight 32; eight of them fill it. The base line may be the current
+// line itself.
 #pragma once
 
 #include "qel/export.h"
 
-/// lCount gray pixels (24-bit pixels, the colour's low byte first): each byte v becomes
-/// v + floor(((c - o) x nWeight + 127) / 256), kept between o and c, where o is the byte of the base line and c that of
-/// the colour. A fully covering sub-pixel row has the weight 32. The base line may be the current line itself.
+/// One sub-pixel row over lCount gray or 24-bit pixels.
 QEL_API void BlendGrayCoverage(unsigned char *pLine, const unsigned char *pBase, long long llColor, int nWeight,
                                long lCount);
 QEL_API void Blend24bitCoverage(unsigned char *pLine, const unsigned char *pBase, long long llColor, int nWeight,
                                 long lCount);
+
+namespace qel::lines {
+
+/// Several rows that cover lCount pixels of `channels` bytes (1 or 3) in full, one after the other.
+void CoverFully(unsigned char *line, const unsigned char *base, long long color, int rows, long count, int channels);
+
+}  // namespace qel::lines

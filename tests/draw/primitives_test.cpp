@@ -244,6 +244,40 @@ TEST(AntiAlias, RectanglesCoverWhatTheyHoldOfEveryPixel) {
   }
 }
 
+void IgnoreEvents(PQel *, int, long, long, long, long, unsigned char *) {}
+
+// A hook sees every run, so that with one the runs are drawn one by one.
+TEST(AntiAlias, ShapesAreTheSumOfTheirRuns) {
+  std::mt19937 random(5);
+  const auto at = [&] {
+    return CPoint(static_cast<int>(random() % 700) - 100, static_cast<int>(random() % 500) - 100);
+  };
+  for (const int type : {1, 5, 8})
+    for (const bool undo : {false, true})
+      for (int round = 0; round < 12; ++round) {
+        NaiveImage content(kWidth, kHeight, PQel::GetBitCount(type));
+        content.Randomise(random);
+        Canvas gathered, single;
+        CPoint corners[] = {at(), at(), at(), at()};
+        RECT rc = {corners[0].x, corners[0].y, corners[1].x, corners[1].y};
+        const long long color = static_cast<long long>(random());
+        for (Canvas *canvas : {&gathered, &single}) {
+          ASSERT_TRUE(Create(*canvas, type, kWidth, kHeight, {1, round % 2, false}));
+          content.Store(*canvas);
+          ASSERT_TRUE(canvas->EnableAntiAlias(1));
+          if (undo) ASSERT_TRUE(canvas->EnableUndo(1));
+          if (canvas == &single) canvas->SetHookProc(IgnoreEvents);
+          for (const long long c : {color, ~color}) {
+            EXPECT_TRUE(canvas->FillCircle(&rc, c));
+            EXPECT_TRUE(canvas->Fill4PixelRegion(corners[0], corners[1], corners[2], corners[3], c));
+          }
+        }
+        NaiveImage a = content, b = content;
+        a.Load(gathered), b.Load(single);
+        ASSERT_TRUE(a == b) << "type " << type << ", undo " << undo << ", round " << round;
+      }
+}
+
 TEST(Primitives, RefuseNothingAndDrawNothing) {
   Canvas empty;
   RECT all = {0, 0, 9, 9};

@@ -1,0 +1,112 @@
+// Sub-pixel rows gathered by pixel rows.
+
+#include "qel/draw/covered_rows.h"
+
+#include <algorithm>
+#include <span>
+
+#include "qel/lines/coverage.h"
+
+namespace {
+
+constexpr long kSubPixels = 8;
+
+}  // namespace
+
+/// The pixels under a row's runs, with `base` as they were at the snapshot.
+struct PQel::CoveredRows::Line {
+  long first;
+  unsigned char *pixels;
+  const unsigned char *base;
+};
+
+bool PQel::CoveredRows::Suits(const PQel &image) {
+  const int nType = image.m_nImageType;
+  return image.m_bAntiAlias && !image.m_bRepeat && image.m_pfnHook == nullptr &&
+         (nType == 1 || nType == 5 || nType == 8);
+}
+
+PQel::CoveredRows::CoveredRows(PQel &image, long long llColor)
+    : m_image(image), m_llColor(llColor), m_nChannels(image.GetBitCount() <= 8 ? 1 : 3) {
+  m_lines.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(2 * 3 * image.GetImageWidth()));
+}
+
+PQel::CoveredRows::~CoveredRows() {
+  Draw(m_rows[m_nOldest]);
+  Draw(m_rows[1 - m_nOldest]);
+}
+
+void PQel::CoveredRows::Add(long x1, long x2, long y) {
+  if (y < 0 || y >= kSubPixels * m_image.m_lHeight) return;
+  x1 = std::max(x1, 0L);
+  x2 = std::min(x2, kSubPixels * m_image.GetImageWidth() - 1);
+  if (x1 > x2) return;
+  Row &row = Find(y / kSubPixels);
+  if (row.runs == kMostRuns) Draw(row);
+  row.run[row.runs++] = {x1, x2};
+}
+
+/// The gathered row of this number, or a fresh one in the place of the older.
+PQel::CoveredRows::Row &PQel::CoveredRows::Find(long y) {
+  for (Row &row : m_rows)
+    if (row.y == y) return row;
+  Row &row = m_rows[m_nOldest];
+  m_nOldest = 1 - m_nOldest;
+  Draw(row);
+  row.y = y;
+  return row;
+}
+
+void PQel::CoveredRows::Draw(Row &row) {
+  if (row.runs == 0 || m_lines.GetPointer() == nullptr) return;
+  long lFirst = row.run[0].x1, lLast = row.run[0].x2, lFullFirst = lFirst, lFullEnd = lLast + 1;
+  for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
+    lFirst = std::min(lFirst, run.x1), lLast = std::max(lLast, run.x2);
+    lFullFirst = std::max(lFullFirst, run.x1), lFullEnd = std::min(lFullEnd, run.x2 + 1);
+  }
+  lFirst /= kSubPixels, lLast /= kSubPixels;
+  lFullFirst = (lFullFirst + kSubPixels - 1) / kSubPixels, lFullEnd /= kSubPixels;
+
+  unsigned char *const pLine = m_lines.GetPointer();
+  unsigned char *const pBase = m_image.m_bUndo ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
+  const Line line{lFirst, pLine, pBase};
+  if (m_image.xReadForCover({lFirst, lLast, row.y, false}, pLine, pBase)) {
+    if (lFullFirst < lFullEnd) {
+      DrawPart(line, row, lFirst, lFullFirst - 1);
+      const long lAt = (lFullFirst - lFirst) * m_nChannels;
+      qel::lines::CoverFully(pLine + lAt, pBase + lAt, m_llColor, row.runs, lFullEnd - lFullFirst, m_nChannels);
+      DrawPart(line, row, lFullEnd, lLast);
+    } else {
+      DrawPart(line, row, lFirst, lLast);
+    }
+    if (m_nChannels == 1)
+      m_image.PutGrayHorLine(lFirst, lLast, row.y, pLine);
+    else
+      m_image.Put24bitHorLine(lFirst, lLast, row.y, pLine);
+  }
+  row.runs = 0;
+}
+
+/// Draws the runs one by one into the pixels lFirst to lLast: outer pixels by the part that a run holds, others in
+/// full.
+void PQel::CoveredRows::DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const {
+  const auto blend = [&](long p, long lEnd, long lCovered) {
+    if (p >= lEnd) return;
+    const long lAt = (p - line.first) * m_nChannels;
+    (m_nChannels == 1 ? BlendGrayCoverage : Blend24bitCoverage)(line.pixels + lAt, line.base + lAt, m_llColor,
+                                                                static_cast<int>(4 * lCovered), lEnd - p);
+  };
+  for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
+    const long x1 = std::max(run.x1, kSubPixels * lFirst), x2 = std::min(run.x2, kSubPixels * lLast + kSubPixels - 1);
+    if (x1 > x2) continue;
+    const long p1 = x1 / kSubPixels, p2 = x2 / kSubPixels;
+    if (p1 == p2) {
+      blend(p1, p1 + 1, x2 - x1 + 1);
+      continue;
+    }
+    const long lFullFirst = (x1 + kSubPixels - 1) / kSubPixels, lFullEnd = (x2 + 1) / kSubPixels;
+    blend(p1, lFullFirst, kSubPixels - x1 % kSubPixels);
+    blend(lFullFirst, lFullEnd, kSubPixels);
+    blend(lFullEnd, p2 + 1, (x2 + 1) % kSubPixels);
+  }
+}
