@@ -74,7 +74,8 @@ class Workspace {
 
   void xTake(ZoomTable &table, long n, long m) {
     const long lEntries = TableEntries(n, m);
-    for (int **p : {&table.map, &table.weights1, &table.weights2}) xTake(*p, lEntries);
+    for (int **p : {&table.map, &table.weights1}) xTake(*p, lEntries);
+    if (n < m) xTake(table.weights2, lEntries);
   }
 
   void xLayOut(const Sizes &from, const Sizes &to, Columns how) {

@@ -499,8 +499,8 @@ class QEL_API PQel : public CObject {
                      int nBitCount);
 
   /// Becomes the 24-bit image of a source resampled to nWidth x nHeight. Pixels where `pMask` (null: none; of the
-  /// source's size) is 255 are left out, so that their colours do not bleed into the others. The source stays as it
-  /// was.
+  /// source's size) is 255 are left out, so that their colours do not bleed into the others; in a 24-bit source they
+  /// are black then, any other source stays as it was.
   int Rescale24bit(PQel *pSource, PQel *pMask, int nWidth, int nHeight);
 
   // Free rotation (geometry/rotate.cpp) ------------------------------------------------------------------------------

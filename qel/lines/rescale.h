@@ -34,7 +34,8 @@ QEL_API void ZoomOut24bitLine(const unsigned char *pSrc, unsigned char *pOut, co
 namespace qel::lines {
 
 /// The longest line that sums of 32 bits can average: 255 n + n / 2 stays below 2^32.
-inline constexpr long kMaxAveraged = 16810082;
+inline constexpr long kMaxAveraged = 16810048;
+static_assert(255 * kMaxAveraged + kMaxAveraged / 2 < 1L << 32);
 
 /// Area averages as above: `m` pixels of `channels` bytes each (1 or 3), rounded to nearest.
 void ZoomOut(unsigned char *dst, const unsigned char *src, const int *map, const std::int32_t *weights, long n, long m,

@@ -166,6 +166,19 @@ TEST_F(Rescale, LongLines) {
     }
 }
 
+TEST_F(Rescale, SumsUpToTheLastOf32Bits) {
+  PQel source, target;
+  ASSERT_TRUE(test::Create(target, 5, 3, 1, kKeepings[0]));
+  for (const long n : {qel::lines::kMaxAveraged, qel::lines::kMaxAveraged + 1}) {
+    ASSERT_TRUE(test::Create(source, 0, n, 1, kKeepings[0]));
+    source.Clear(1);
+    target.Clear(7);
+    const bool fits = n == qel::lines::kMaxAveraged;
+    EXPECT_EQ(target.RescaleImage(&source), fits ? 1 : 0);
+    for (long x = 0; x < 3; ++x) EXPECT_EQ(target.GetPixel(x, 0, nullptr), fits ? 255u : 7u);
+  }
+}
+
 TEST_F(Rescale, EqualSizesConvertOrCopy) {
   for (int from = 0; from <= 9; ++from) Check(from, 1, 17, 5, 17, 5, kKeepings[1]);
   PQel source, target;
@@ -193,6 +206,38 @@ TEST_F(Rescale, RefusesOtherPairs) {
   EXPECT_EQ(target.RescaleImage(&empty), 0);
   EXPECT_EQ(empty.RescaleImage(&target), 0);
   EXPECT_EQ(empty.RescaleImage(&empty), 0);
+}
+
+std::vector<std::pair<int, long>> g_events;
+
+TEST_F(Rescale, ReadsEachRowOnceAndInOrder) {
+  using Events = std::vector<std::pair<int, long>>;  // 3 read, 4 written; the row
+  const std::pair<long, Events> kRows[] = {{2, {{3, 0}, {3, 1}, {4, 0}, {3, 2}, {4, 1}}},
+                                           {3, {{3, 2}, {4, 2}, {3, 1}, {4, 1}, {3, 0}, {4, 0}}},
+                                           {5, {{3, 0}, {3, 1}, {4, 0}, {4, 1}, {3, 2}, {4, 2}, {4, 3}, {4, 4}}}};
+  const auto Note = [](PQel *, int event, long, long y0, long, long, unsigned char *) {
+    g_events.push_back({event, y0});
+  };
+  for (const long width : {3L, 8L, 13L})
+    for (const auto &[height, events] : kRows) {
+      if (width == 8 && height == 3) continue;
+      PQel source, target;
+      Fill(source, 5, 8, 3, kKeepings[0]);
+      source.SetRepeat(3, 2);  // rows are read as the plane shows them
+      ASSERT_TRUE(test::Create(target, 5, width, height, kKeepings[0]));
+      const Plane expected = Resample(Read(source, 1), width, height);
+      g_events.clear();
+      target.SetHookProc(Note);
+      ASSERT_EQ(target.RescaleImage(&source), 1);
+      EXPECT_EQ(Stored(target), Written(expected, 5));
+      source.EnableRepeat(0);
+      source.SetHookProc(Note);
+      g_events.clear();
+      ASSERT_EQ(target.RescaleImage(&source), 1);
+      EXPECT_EQ(g_events, events) << width << " x " << height;
+      source.SetHookProc(nullptr);
+      target.SetHookProc(nullptr);
+    }
 }
 
 // Nearest neighbour --------------------------------------------------------------------------------------------------
