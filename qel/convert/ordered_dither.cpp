@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "qel/convert/itc.h"
+#include "qel/lines/colour_map.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/ordered_dither.h"
 
@@ -62,21 +63,24 @@ class Source {
   unsigned char m_chunk[3 * kChunk];
 };
 
-/// Dithers n pixels into a destination of `dstBits` a pixel. `bits` are those that the line function packs; in a
-/// deeper destination, whose palette has fewer colours than its pixels could name, each pixel is put by itself.
-template <class PutPixel>
-void DitherLine(Dither dither, int bits, unsigned char *dst, int dstBits, Source &source, long n, const Thresholds &row,
-                PutPixel put) {
+constexpr auto kSame = [] {
+  std::array<unsigned char, 256> map{};
+  for (std::size_t v = 0; v < 256; ++v) map[v] = static_cast<unsigned char>(v);
+  return map;
+}();
+
+/// Dithers n pixels into a destination of `dstBits` a pixel. `bits` are those that the line function packs; a deeper
+/// destination, whose palette has fewer colours than its pixels could name, takes them through a chunk.
+void DitherLine(Dither dither, int bits, unsigned char *dst, int dstBits, Source source, long n,
+                const Thresholds &thresholds) {
   unsigned char packed[kChunk];
-  const long step = source.IsWhole() && bits == dstBits ? n : kChunk;
+  const bool isPacked = bits == dstBits;
+  const long step = isPacked && source.IsWhole() ? n : kChunk;
   for (long i = 0; i < n; i += step) {
     const long count = std::min(step, n - i);
-    dither(bits == dstBits ? dst + i * bits / 8 : packed, source.Pixels(i, count), count, row.data());
-    if (bits == dstBits) continue;
-    for (long k = 0; k < count; ++k) {
-      const int shift = 8 - bits - static_cast<int>(k * bits % 8);
-      put(i + k, static_cast<unsigned char>(packed[k * bits / 8] >> shift & ((1 << bits) - 1)));
-    }
+    unsigned char *const to = dst + i * dstBits / 8;
+    dither(isPacked ? to : packed, source.Pixels(i, count), count, thresholds.data());
+    if (!isPacked) qel::lines::MapPixels(to, dstBits, packed, bits, count, kSame.data());
   }
 }
 
@@ -118,23 +122,18 @@ int PItc::xSetDitherFunc() {
 
 void PItc::xDitherTo2(long x0, long y0) {
   std::memset(m_pbyDstLine, 0, static_cast<std::size_t>((m_lDstWidth + 7) / 8));
-  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
-  DitherLine(qel::lines::DitherTo2, 1, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
-             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
-             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+  DitherLine(qel::lines::DitherTo2, 1, m_pbyDstLine, m_nDstBits, {m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors},
+             m_lSrcWidth, PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0));
 }
 
 void PItc::xDitherTo16(long x0, long y0) {
   std::memset(m_pbyDstLine, 0, static_cast<std::size_t>((m_lDstWidth + 1) / 2));
-  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
-  DitherLine(qel::lines::DitherTo16, 4, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
-             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
-             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+  DitherLine(qel::lines::DitherTo16, 4, m_pbyDstLine, m_nDstBits, {m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors},
+             m_lSrcWidth, PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0));
 }
 
 void PItc::xDitherTo256(long x0, long y0) {
-  Source source(m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors);
-  DitherLine(qel::lines::DitherTo216, 8, m_pbyDstLine, m_nDstBits, source, m_lSrcWidth,
-             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0),
-             [this](long x, unsigned char v) { (this->*m_pfnPutPix)(x, v); });
+  DitherLine(qel::lines::DitherTo216, 8, m_pbyDstLine, m_nDstBits,
+             {m_pbySrcLine, m_nSrcBits, m_pbySrcRGB, m_nSrcColors}, m_lSrcWidth,
+             PhaseOf(m_pbyPattern, m_cvtMethod.wDitherSize, x0, y0));
 }

@@ -1,8 +1,6 @@
 // The conversions that the memory would allow to run faster than a compiler makes them: one source for every vector
 // width, chosen at run time (Highway). Each takes as many whole vectors as fit without touching a byte behind the line
 // and leaves the rest to the plain loop.
-//
-// 16-bit lanes hold a line's even and odd bytes apart (mask and shift), so that no lane needs to be moved for a sum.
 
 #include "qel/lines/convert.h"
 #include "qel/lines/convert_plain.h"
@@ -11,6 +9,8 @@
 #define HWY_TARGET_INCLUDE "qel/lines/convert_simd.cpp"
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
+
+#include "qel/lines/byte_lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::lines::HWY_NAMESPACE {
@@ -32,21 +32,7 @@ using plain::Rgb565To24;
 
 #else
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using Words = hn::Repartition<std::uint16_t, Bytes>;
 using Block = hn::FixedTag<std::uint8_t, 16>;
-
-/// The even or odd bytes of a vector as 16-bit lanes.
-template <class V>
-auto EvenBytes(V v) {
-  return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 0xFF));
-}
-template <class V>
-auto OddBytes(V v) {
-  return hn::ShiftRight<8>(hn::BitCast(Words(), v));
-}
 
 /// x / 255 for every x up to 255 x 255: (x + (x >> 8) + 1) >> 8 stays within 16 bits.
 template <class V>
@@ -59,9 +45,7 @@ V DivideBy255(V x) {
 struct Gray {
   template <class V>
   static V Of(V blue, V green, V red) {
-    const Words d;
-    const V sum = hn::Add(hn::Mul(red, hn::Set(d, 77)), hn::Mul(green, hn::Set(d, 150)));
-    return DivideBy255(hn::Add(sum, hn::Mul(blue, hn::Set(d, 28))));
+    return DivideBy255(hn::Add(hn::Add(Times<77>(red), Times<150>(green)), Times<28>(blue)));
   }
 };
 
@@ -69,9 +53,8 @@ struct Gray {
 struct Luma {
   template <class V>
   static V Of(V blue, V green, V red) {
-    const Words d;
-    const V sum = hn::Add(hn::Mul(red, hn::Set(d, 30)), hn::Mul(green, hn::Set(d, 59)));
-    return hn::ShiftRight<3>(hn::MulHigh(hn::Add(sum, hn::Mul(blue, hn::Set(d, 11))), hn::Set(d, 5243)));
+    const V sum = hn::Add(hn::Add(Times<30>(red), Times<59>(green)), Times<11>(blue));
+    return hn::ShiftRight<3>(hn::MulHigh(sum, hn::Set(Words(), 5243)));
   }
 };
 
@@ -84,9 +67,9 @@ long Levels(unsigned char *dst, const unsigned char *src, long n) {
   for (; i + step <= n; i += step) {
     hn::Vec<Bytes> b, g, r;
     hn::LoadInterleaved3(d, src + 3 * i, b, g, r);
-    const auto even = Level::Of(EvenBytes(b), EvenBytes(g), EvenBytes(r));
-    const auto odd = Level::Of(OddBytes(b), OddBytes(g), OddBytes(r));
-    hn::StoreU(hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd))), d, dst + i);
+    const auto even = Level::Of(EvenRaised(b), EvenRaised(g), EvenRaised(r));
+    const auto odd = Level::Of(OddRaised(b), OddRaised(g), OddRaised(r));
+    hn::StoreU(JoinBytes(even, odd), d, dst + i);
   }
   return i;
 }

@@ -14,6 +14,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "qel/lines/byte_lanes-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace qel::lines::HWY_NAMESPACE {
 
@@ -25,25 +27,7 @@ using plain::DitherTo216;
 
 #else
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using Words = hn::Repartition<std::uint16_t, Bytes>;
 using Ints = hn::RebindToSigned<Words>;
-
-/// The even or odd bytes of a vector as 16-bit lanes, and both put together again (each lane below 256).
-template <class V>
-auto EvenBytes(V v) {
-  return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 0xFF));
-}
-template <class V>
-auto OddBytes(V v) {
-  return hn::ShiftRight<8>(hn::BitCast(Words(), v));
-}
-template <class V>
-auto JoinBytes(V even, V odd) {
-  return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
-}
 
 /// The eight thresholds again and again.
 hn::Vec<Bytes> Thresholds(const unsigned char *thresholds) {
@@ -58,7 +42,6 @@ hn::Vec<Bytes> Thresholds(const unsigned char *thresholds) {
 /// threshold.
 void DitherTo2(unsigned char *dst, const unsigned char *src, long n, const unsigned char *thresholds) {
   const Bytes d;
-  const Words d16;
   alignas(16) static constexpr std::uint8_t kTurn[16] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
   const auto turn = hn::LoadDup128(d, kTurn);  // mask bits come most significant first
   const auto limits = Thresholds(thresholds);
@@ -67,19 +50,18 @@ void DitherTo2(unsigned char *dst, const unsigned char *src, long n, const unsig
     return hn::BitCast(Ints(), hn::Sub(hn::Mul(limit, hn::Set(Words(), 100)), hn::Set(Words(), 1)));
   };
   const auto evenLimit = below(EvenBytes(limits)), oddLimit = below(OddBytes(limits));
-  const auto reaches = [d16](auto blue, auto green, auto red, auto limit) {
-    const auto sum = hn::Add(hn::Mul(red, hn::Set(d16, 30)), hn::Mul(green, hn::Set(d16, 59)));
-    const auto whole = hn::BitCast(Ints(), hn::Add(sum, hn::Mul(blue, hn::Set(d16, 11))));
-    return hn::BitCast(d16, hn::VecFromMask(Ints(), hn::Gt(whole, limit)));
+  const auto isAbove = [](auto blue, auto green, auto red, auto limit) {
+    const auto sum = hn::Add(hn::Add(Times<30>(red), Times<59>(green)), Times<11>(blue));
+    return hn::BitCast(Words(), hn::VecFromMask(Ints(), hn::Gt(hn::BitCast(Ints(), sum), limit)));
   };
   const long step = static_cast<long>(hn::Lanes(d));
   long i = 0;
   for (; i + step <= n; i += step) {
     hn::Vec<Bytes> b, g, r;
     hn::LoadInterleaved3(d, src + 3 * i, b, g, r);
-    const auto even = reaches(EvenBytes(b), EvenBytes(g), EvenBytes(r), evenLimit);
-    const auto odd = reaches(OddBytes(b), OddBytes(g), OddBytes(r), oddLimit);
-    const auto bytes = JoinBytes(hn::And(even, hn::Set(d16, 0xFF)), odd);
+    const auto even = isAbove(EvenRaised(b), EvenRaised(g), EvenRaised(r), evenLimit);
+    const auto odd = isAbove(OddRaised(b), OddRaised(g), OddRaised(r), oddLimit);
+    const auto bytes = JoinBytes(hn::And(even, hn::Set(Words(), 0xFF)), odd);
     hn::StoreMaskBits(d, hn::MaskFromVec(hn::TableLookupBytes(bytes, turn)), dst + i / 8);
   }
   plain::DitherTo2(dst + i / 8, src + 3 * i, n - i, thresholds);
@@ -109,26 +91,26 @@ void DitherTo16(unsigned char *dst, const unsigned char *src, long n, const unsi
 // 216 colours --------------------------------------------------------------------------------------------------------
 
 /// c / 51, one more where the remainder is above t, is (c + 50 - t) / 51 for t up to 50, which no remainder is above;
-/// x / 51 is x times 1286 / 65536, exact for every x up to 305.
+/// x / 51 is x times 1286 / 65536, exact for every x up to 305. Levels find their share of an entry in tables.
 void DitherTo216(unsigned char *dst, const unsigned char *src, long n, const unsigned char *thresholds) {
   const Bytes d;
-  const Words d16;
   const auto most = hn::Set(d, 50);
   const auto lift = hn::Sub(most, hn::Min(Thresholds(thresholds), most));
   const auto evenLift = EvenBytes(lift), oddLift = OddBytes(lift);
-  const auto color = [d16](auto blue, auto green, auto red, auto lift16) {
-    const auto level = [&](auto c) { return hn::MulHigh(hn::Add(c, lift16), hn::Set(d16, 1286)); };
-    const auto cube = hn::Add(hn::Mul(level(red), hn::Set(d16, 36)), hn::Mul(level(green), hn::Set(d16, 6)));
-    return hn::Add(hn::Add(cube, level(blue)), hn::Set(d16, 16));
+  const auto level = [evenLift, oddLift](auto channel) {
+    const auto fifth = hn::Set(Words(), 1286);
+    return JoinBytes(hn::MulHigh(hn::Add(EvenBytes(channel), evenLift), fifth),
+                     hn::MulHigh(hn::Add(OddBytes(channel), oddLift), fifth));
   };
+  alignas(16) static constexpr std::uint8_t kRed[16] = {16, 52, 88, 124, 160, 196}, kGreen[16] = {0, 6, 12, 18, 24, 30};
+  const auto red = hn::LoadDup128(d, kRed), green = hn::LoadDup128(d, kGreen);
   const long step = static_cast<long>(hn::Lanes(d));
   long i = 0;
   for (; i + step <= n; i += step) {
     hn::Vec<Bytes> b, g, r;
     hn::LoadInterleaved3(d, src + 3 * i, b, g, r);
-    const auto even = color(EvenBytes(b), EvenBytes(g), EvenBytes(r), evenLift);
-    const auto odd = color(OddBytes(b), OddBytes(g), OddBytes(r), oddLift);
-    hn::StoreU(JoinBytes(even, odd), d, dst + i);
+    const auto cube = hn::Add(hn::TableLookupBytes(red, level(r)), hn::TableLookupBytes(green, level(g)));
+    hn::StoreU(hn::Add(cube, level(b)), d, dst + i);
   }
   plain::DitherTo216(dst + i, src + 3 * i, n - i, thresholds);
 }
