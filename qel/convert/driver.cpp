@@ -19,6 +19,13 @@ bool IsTiled(const PQel &image) {
   return image.IsEnableRepeat() && image.GetXRepeat() >= 1 && image.GetYRepeat() >= 1;
 }
 
+/// True for an image with a hook, which sees in what order lines are read and written.
+bool IsWatched(PQel &image) {
+  const ImageHookProc pfnHook = image.SetHookProc(nullptr);
+  image.SetHookProc(pfnHook);
+  return pfnHook != nullptr;
+}
+
 /// Moves a line left by whole pixels.
 void DropPixels(unsigned char *pLine, long lBytes, long lBits) {
   const long lSkip = lBits / 8;
@@ -110,13 +117,22 @@ int PItc::xMovePixels(const Passage &p) {
 }
 
 int PItc::xMoveLines(const Passage &p) {
-  // rows above the destination still hand their errors down
-  for (long lRow = p.top; lRow <= p.lastRow; ++lRow) {
+  const auto moveLine = [&](long lRow) -> int {
     if (!m_poSrc->GetHorLine(p.left, p.right, lRow, m_pbySrcLine)) return 0;
     xLimitSource(m_pbySrcLine, p.Width());
     xConvertWholeLine(lRow, p.x, p.y + lRow - p.top);
-    if (lRow >= p.firstRow && !xWriteRow(p, lRow, m_pbyDstLine)) return 0;
+    return lRow < p.firstRow || xWriteRow(p, lRow, m_pbyDstLine);
+  };
+  // dithered lines do not depend on each other: memory reads faster forwards, which is upwards in most images
+  if (m_cvtMethod.wMethod == 3 && m_poSrc->GetBI()->bmiHeader.biHeight > 0 && !IsTiled(*m_poDst) &&
+      !IsWatched(*m_poSrc) && !IsWatched(*m_poDst)) {
+    for (long lRow = p.lastRow; lRow >= p.firstRow; --lRow)
+      if (!moveLine(lRow)) return 0;
+    return 1;
   }
+  // rows above the destination still hand their errors down
+  for (long lRow = p.top; lRow <= p.lastRow; ++lRow)
+    if (!moveLine(lRow)) return 0;
   return 1;
 }
 

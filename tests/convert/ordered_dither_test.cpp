@@ -162,14 +162,16 @@ TEST(OrderedDither, LinesOfEveryKind) {
   });
 }
 
-/// A picture through a built agent, put below and line by line.
+std::vector<long> g_rows;  // that hooks have seen read
+
+/// A picture through a built agent, in part and line by line; with a hook, lines come from the top.
 TEST(OrderedDither, WholeImages) {
   std::mt19937 random(8);
   const long width = 77, height = 21;
   for (const auto &[dstType, colors] : {std::pair{0, 2}, {2, 16}, {3, 256}}) {
     for (const int size : {4, 8}) {
       PQel src, dst;
-      ASSERT_TRUE(test::Create(src, 1, width, height, {1, 0, false}));
+      ASSERT_TRUE(test::Create(src, 1, width, height, {1, 0, colors == 16}));
       ASSERT_TRUE(test::Create(dst, dstType, width, height, {1, 0, false}));
       test::NaiveImage from(width, height, 24), to(width, height, dst.GetBitCount());
       from.Randomise(random);
@@ -178,7 +180,15 @@ TEST(OrderedDither, WholeImages) {
       ASSERT_EQ(agent.BuildAgent(&dst, &src, {3, 2, static_cast<unsigned short>(size)}), 1);
       RECT rc = {0, 4, width - 1, height - 1};
       POINT pt = {0, 1};
+      g_rows.clear();
+      if (size == 4)
+        src.SetHookProc([](PQel *, int nEvent, long, long y, long, long, unsigned char *) {
+          if (nEvent == 3) g_rows.push_back(y);
+        });
       ASSERT_EQ(agent.ConvertImg(&rc, &pt), 1);
+      EXPECT_EQ(g_rows.size(), size == 4 ? 17u : 0u);
+      EXPECT_TRUE(std::ranges::is_sorted(g_rows));
+      EXPECT_EQ(src.SetHookProc(nullptr) != nullptr, size == 4);
       to.Load(dst);
       for (long y = 4; y < height; ++y)
         for (long x = 0; x < width; ++x)
