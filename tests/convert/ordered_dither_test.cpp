@@ -1,5 +1,5 @@
-// Ordered dither: the matrices, the thresholds, dithered lines of every kind against a pixel-by-pixel oracle, and whole
-// images.
+// Ordered dither: the matrices, the thresholds, dithered lines of every kind and length against a pixel-by-pixel oracle
+// on every vector width of the processor, every level against every threshold, and whole images.
 
 #include <gtest/gtest.h>
 
@@ -85,18 +85,16 @@ TEST(OrderedDither, Matrices) {
           EXPECT_EQ(hi(x, y) ^ hi(x + 4, y + 4), hi(0, 0) ^ hi(4, 4)) << x << ", " << y;
       }
     }
-    for (int i = 0; i < 40; ++i) {
-      const auto *const md = Dither::m_pMethodMd[kind];
-      EXPECT_EQ(md[i] % 7, 0);
-      if (kind != 3) EXPECT_EQ(md[i], Dither::m_pMethodMd[0][i]);
-      if (i >= 36) EXPECT_EQ(md[i], 0);
-      if (kind != 3 && i < 36) EXPECT_TRUE((i % 6 == 5 || md[i] < md[i + 1]) && (i >= 30 || md[i] < md[i + 6])) << i;
-    }
+    const auto *const md = Dither::m_pMethodMd[kind], *const bayer = Dither::m_pMethodMd[0];
+    EXPECT_EQ(std::equal(md, md + 40, bayer), kind != 3);
+    EXPECT_EQ(std::count(md, md + 40, 0), 5);  // the four behind the matrix and its darkest pixel
+    for (int i = 0; i < 36 && kind != 3; ++i)
+      EXPECT_TRUE((i % 6 == 5 || md[i] < md[i + 1]) && (i > 29 || md[i] < md[i + 6])) << i;
   }
   EXPECT_TRUE(std::ranges::equal(Dither::m_pbyBayer2, std::vector{0, 128, 64, 192, 0, 0, 0, 0}));
 }
 
-TEST(OrderedDither, RoutinesAndThresholds) {
+TEST(OrderedDither, RefusalsKeepTheThresholds) {
   Dither agent;
   EXPECT_EQ(agent.Choose(24, 0, 2, 2, 8), 1);
   const Line before(std::begin(Dither::m_pbyPattern), std::end(Dither::m_pbyPattern));
@@ -105,14 +103,6 @@ TEST(OrderedDither, RoutinesAndThresholds) {
        {std::tuple{8, 16, 16, 0, 8}, {8, 256, 256, 0, 8}, {24, 0, 20, 0, 8}, {24, 0, 2, 6, 8}, {24, 0, 2, 0, 6}})
     EXPECT_EQ(agent.Choose(bits, srcColors, dstColors, kind, size), 0);
   EXPECT_TRUE(std::ranges::equal(before, Dither::m_pbyPattern));
-  for (const int colors : {2, 16, 256}) {
-    ASSERT_EQ(agent.Choose(24, 0, colors, 0, 4), 1);
-    EXPECT_EQ(Dither::m_pbyPattern[0], colors == 256 ? 3 : 8);  // the lowest rank and the highest
-    EXPECT_EQ(Dither::m_pbyPattern[12], colors == 256 ? 48 : 248);
-    ASSERT_EQ(agent.Choose(24, 0, colors, 0, 8), 1);
-    EXPECT_EQ(Dither::m_pbyPattern[9], colors == 256 ? 0 : 2);
-    EXPECT_EQ(Dither::m_pbyPattern[57], colors == 256 ? 50 : 254);
-  }
 }
 
 /// Every kind in both sizes to every destination, true colour and palettes; the palette has a few colours less than the
@@ -137,7 +127,7 @@ TEST(OrderedDither, LinesOfEveryKind) {
       for (int k = 0; k < 12; ++k) {
         const int kind = k / 2, size = k % 2 ? 4 : 8;
         ASSERT_EQ(agent.Choose(srcBits, srcColors, dstColors, kind, size), 1);
-        for (const long n : {1L, 7L, 33L, 250L, 2053L}) {
+        for (long n = k + 1; n < 2400; n += n < 200 ? 12 : 2000) {
           const auto &[x0, y0] = kPhases[random() % 4];
           Line source(static_cast<std::size_t>(test::PackedBytes(srcBits, n)));
           for (auto &b : source) b = static_cast<unsigned char>(random());
@@ -157,6 +147,26 @@ TEST(OrderedDither, LinesOfEveryKind) {
             for (long i = n; i < static_cast<long>(out.size()) * 8 / dstBits; ++i)
               ASSERT_EQ(test::GetPacked(out.data(), dstBits, i), 0u);
         }
+      }
+    }
+  });
+}
+
+// Grays stand just on the sums that a division by 100 has to tell apart; the darker blue beside each stands below.
+TEST(OrderedDither, EveryLevelAgainstEveryThreshold) {
+  Line pixels, palette;
+  for (int v = 0; v < 256; ++v)
+    for (const int blue : {v, std::max(v - 1, 0), 255 - v})
+      for (const int c : {blue, v, v}) pixels.push_back(static_cast<unsigned char>(c));
+  Dither agent;
+  test::ForEachTarget([&] {
+    for (const auto &[colors, bits] : {std::pair{2, 1}, {16, 4}, {256, 8}}) {
+      ASSERT_EQ(agent.Choose(24, 0, colors, 0, 8), 1);
+      for (int t = 0; t < 256; ++t) {
+        std::ranges::fill(Dither::m_pbyPattern, static_cast<unsigned char>(t));
+        const Line out = agent.Run(pixels, palette, 768, 768, bits, 0, 0);
+        for (long i = 0; i < 768; ++i)
+          ASSERT_EQ(test::GetPacked(out.data(), bits, i), Naive(test::GetPacked(pixels.data(), 24, i), colors, t)) << i;
       }
     }
   });
