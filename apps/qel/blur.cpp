@@ -1,4 +1,5 @@
 // qel blur IN OUT SIGMA: a Gaussian blur of a picture or a part of it.
+#include <charconv>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,14 @@ struct Options {
   std::optional<RECT> area;
 };
 
+double ParseSigma(const std::string &option, const std::string &text) {
+  double sigma = 0;
+  const auto [next, error] = std::from_chars(text.data(), text.data() + text.size(), sigma);
+  if (error != std::errc() || next != text.data() + text.size() || !(sigma >= 0.1 && sigma <= 100))
+    throw CLI::ValidationError(option, "'" + text + "' is no number from 0.1 to 100");
+  return sigma;
+}
+
 int Run(const Options &options) {
   const Course &course = options.course;
   Picture picture = ToSmooth(Read(course), course);
@@ -37,10 +46,9 @@ void AddBlur(CLI::App &app, int &status) {
   CLI::App *verb = app.add_subcommand(
       "blur", "Blurs a picture; palette pictures become true colour, monochrome and 16-gray ones 256 grays");
   AddFiles(*verb, options->course, options->output);
-  verb->add_option("SIGMA", options->sigma,
-                   "standard deviation of the blur in pixels, 0.1 to 100; no blur reaches further than 60 pixels")
+  AddParsed(*verb, "SIGMA", options->sigma,
+            "standard deviation of the blur in pixels, 0.1 to 100; no blur reaches further than 60 pixels", ParseSigma)
       ->required()
-      ->check(CLI::Range(0.1, 100.0))
       ->type_name("");
   AddParsed(*verb, "--area", options->area, "blur this part alone: left, top, width, height", ParseArea)
       ->type_name("X,Y,W,H");

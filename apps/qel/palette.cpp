@@ -13,9 +13,9 @@
 #include "apps/qel/failure.h"
 #include "apps/qel/output_file.h"
 #include "apps/qel/picture_file.h"
+#include "apps/qel/recolour.h"
 #include "apps/qel/steps.h"
 #include "apps/qel/verbs.h"
-#include "qel/convert/itc.h"
 
 namespace app {
 namespace {
@@ -31,9 +31,7 @@ Colours MakeCustom(const std::string &path) {
   const Course course{path, {}};
   const Picture picture = Read(course);
   if (picture->GetBitCount() <= 8) throw Failure(path, "has a palette; one is made for pictures without");
-  CPalette palette;
-  Require(palette.Attach(PItc::CreateCustomPalette(picture.get())), course);
-  return ColoursOf(palette);
+  return MakeColours(*picture, course);
 }
 
 // Showing ------------------------------------------------------------------------------------------------------------

@@ -85,22 +85,27 @@ bool ServesDirectly(int from, int to, Method method) {
   return from <= 5 && method == kMap && !(from == to && IsGray(to));
 }
 
-/// The palette of a result that has none given: made for the picture, or the standard one.
-Colours MakePalette(PQel &colours, Method method, const Course &course) {
-  if (method != kCustom) return {};
-  CPalette palette;
-  Require(palette.Attach(PItc::CreateCustomPalette(&colours)), course);
-  return ColoursOf(palette);
+bool HasGraysAlone(const Colours &colours) {
+  return !colours.empty() && std::all_of(colours.begin(), colours.end(), [](DWORD colour) {
+    return (colour & 0xFFFF) == colour >> 8;  // red and green equal green and blue
+  });
+}
+
+/// The picture in a form that the agent takes for a method; null when it is in one.
+Picture Prepare(PQel &picture, int type, const Reduction &reduction, Method method, const Course &course) {
+  // the nearest gray of a colour is that of its brightness, not the one that is nearest as a colour
+  if (!IsGray(picture.GetImageType()) && HasGraysAlone(reduction.palette))
+    return CopyAs(*CopyAs(picture, 5, course), 1, course);
+  return ServesDirectly(picture.GetImageType(), type, method) ? nullptr : CopyAs(picture, 1, course);
 }
 
 Picture Reduce(PQel &picture, int type, const Reduction &reduction, const Course &course) {
   constexpr long kWidestDiffusion = 65534;
   Picture made = MakeOfType(picture, type, reduction.palette, course);
   const Method method = reduction.method.value_or(AreAmong(ColoursOf(picture), ColoursOf(*made)) ? kMap : kDiffuse);
-  Picture colours;
-  if (!ServesDirectly(picture.GetImageType(), made->GetImageType(), method)) colours = CopyAs(picture, 1, course);
-  PQel &source = colours ? *colours : picture;
-  if (method == kCustom) made = MakeOfType(picture, type, MakePalette(source, method, course), course);
+  const Picture prepared = Prepare(picture, made->GetImageType(), reduction, method, course);
+  PQel &source = prepared ? *prepared : picture;
+  if (method == kCustom) made = MakeOfType(picture, type, MakeColours(source, course), course);
 
   Agent agent;
   const tagCVTMETHOD wanted = {method, reduction.dither, reduction.size};
@@ -115,6 +120,12 @@ Picture Reduce(PQel &picture, int type, const Reduction &reduction, const Course
 }
 
 }  // namespace
+
+Colours MakeColours(PQel &picture, const Course &course) {
+  CPalette palette;
+  Require(palette.Attach(PItc::CreateCustomPalette(&picture)), course);
+  return ColoursOf(palette);
+}
 
 bool HasPalette(int type) {
   return type == 0 || type == 2 || type == 3;

@@ -25,6 +25,9 @@ struct Reduction {
   std::optional<int> threshold;  // monochrome only: white from this gray level on, instead of a method
 };
 
+/// The engine's palette of 256 colours for a picture of more than 8 bits.
+Colours MakeColours(PQel &picture, const Course &course);
+
 /// True for the types whose pixels are indices of a palette that may be chosen.
 bool HasPalette(int type);
 

@@ -7,6 +7,8 @@
 namespace {
 
 using test::Bytes;
+using test::Convert;
+using test::Load;
 using test::Qel;
 
 const std::vector<std::vector<std::string>> kKeepings = {
@@ -17,12 +19,6 @@ const std::vector<std::vector<std::string>> kKeepings = {
     {"--store", "mapping"},
     {"--store", "mapping", "--layout", "block"},
 };
-
-test::Outcome Convert(const std::string &from, const std::string &to, const std::vector<std::string> &options) {
-  std::vector<std::string> command{"convert", from, to};
-  command.insert(command.end(), options.begin(), options.end());
-  return Qel(command);
-}
 
 /// The bytes of a bottom-up file with its rows in reverse and its height negative.
 Bytes TopDown(const Bytes &file, std::size_t height) {
@@ -84,16 +80,6 @@ TEST(Convert, ReadsWhatOtherProgramsWrote) {
 }
 
 // Steps --------------------------------------------------------------------------------------------------------------
-
-/// A picture read back as numbers.
-test::NaiveImage Load(const std::string &path, int type) {
-  PQel image;
-  EXPECT_TRUE(image.OpenDIBImage(path.c_str())) << path;
-  EXPECT_EQ(image.GetImageType(), type);
-  test::NaiveImage naive(image.GetImageWidth(), image.GetImageHeight(), image.GetBitCount());
-  naive.Load(image);
-  return naive;
-}
 
 TEST(Convert, CropsAndTilesEveryType) {
   const test::Scratch scratch;

@@ -144,7 +144,9 @@ TEST(Usage, WrongUsageIsStatus2WithOneLine) {
   EXPECT_NE(Qel(wrong[5]).err.find("{memory,reserved,mapping}"), Bytes::npos);
   const auto help = Qel({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char *verb : {"info", "convert", "compare", "card"}) EXPECT_NE(help.out.find(verb), Bytes::npos);
+  for (const char *verb :
+       {"info", "convert", "palette", "gallery", "resize", "rotate", "blur", "compare", "card", "scene"})
+    EXPECT_NE(help.out.find(verb), Bytes::npos);
 }
 
 }  // namespace

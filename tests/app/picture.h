@@ -44,4 +44,21 @@ inline void SaveRandom(const std::string &path, int type, long width, long heigh
   ASSERT_TRUE(image.SaveDIB(path.c_str(), 0));
 }
 
+/// A picture read back as numbers.
+inline NaiveImage Load(const std::string &path, int type) {
+  PQel image;
+  EXPECT_TRUE(image.OpenDIBImage(path.c_str())) << path;
+  EXPECT_EQ(image.GetImageType(), type);
+  NaiveImage naive(image.GetImageWidth(), image.GetImageHeight(), image.GetBitCount());
+  naive.Load(image);
+  return naive;
+}
+
+/// Runs `qel convert`.
+inline Outcome Convert(const std::string &from, const std::string &to, const std::vector<std::string> &options) {
+  std::vector<std::string> command{"convert", from, to};
+  command.insert(command.end(), options.begin(), options.end());
+  return Qel(command);
+}
+
 }  // namespace test
