@@ -11,8 +11,7 @@
 
 #include "qel/export.h"
 
-// Helpers that other modules use on their own lines. Null pointers, counts below 1 and divisors of 0 do nothing.
-// -------
+// For other modules too, on their own lines. Null pointers, counts below 1 and divisors of 0 do nothing.
 
 /// acc[i] += line[i] x w, in 32 bits.
 QEL_API void AccumulateLine(std::uint32_t *pdwAcc, const unsigned char *pLine, long lCount, std::int32_t lWeight);

@@ -317,9 +317,9 @@ TEST_F(Rescale, SingleLines) {
       }
 }
 
-// Helpers ------------------------------------------------------------------------------------------------------------
+// Public lines --------------------------------------------------------------------------------------------------------
 
-TEST_F(Rescale, AreaHelpers) {
+TEST_F(Rescale, AveragedLines) {
   Opened image;
   std::vector<int> map(60), weights(60);
   image.xBuildZoomOutTable(3, 2, map.data(), weights.data());
