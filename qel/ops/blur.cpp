@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <utility>
 
 #include "qel/image/image.h"
 #include "qel/lines/gaussian.h"
@@ -16,18 +18,14 @@ namespace {
 
 constexpr int kMaxHalf = 60;  // taps on each side of the middle
 
+static_assert(2 * kMaxHalf + 1 == qel::lines::kMaxTaps);
+
 /// A kernel and what it was made from.
 struct Kernel {
   double sigma = 0;
   int n = 0;  // taps, odd; 0 when there is no kernel for sigma
-  int weights[2 * kMaxHalf + 1];
-
-  int Half() const { return n / 2; }
-  int Divisor() const {
-    int nSum = 0;
-    for (int k = 0; k < n; ++k) nSum += weights[k];
-    return nSum;
-  }
+  int weights[qel::lines::kMaxTaps];
+  qel::lines::SmoothKernel ready;
 };
 
 /// Samples the Gaussian and cuts its tails where they hold less than 0.5 % or a weight falls below 4 / 1024.
@@ -63,7 +61,10 @@ void BuildKernel(Kernel &kernel, double sigma) {
 /// a small image.
 const Kernel &KernelOf(double sigma) {
   thread_local Kernel last;
-  if (last.sigma != sigma || last.n == 0) BuildKernel(last, sigma);
+  if (last.sigma != sigma || last.n == 0) {
+    BuildKernel(last, sigma);
+    qel::lines::MakeKernel(last.ready, last.weights, last.n);
+  }
   return last;
 }
 
@@ -157,7 +158,7 @@ int BlurByLines(const BlurJob &job) {
   if (pIn == nullptr || pTable == nullptr) return 0;
   unsigned char *const pOut = pIn + lLine;
   qel::lines::FillProductTable(pTable, job.kernel.weights, n);
-  const int nDivisor = job.kernel.Divisor();
+  const int nDivisor = job.kernel.ready.divisor;
   const auto filter = [&](long count) {
     qel::lines::FilterByTable(pOut, pIn, count + 2 * h, form.bytes, pTable, nDivisor, n);
     return pOut + h * nBytes;
@@ -185,6 +186,109 @@ int BlurByLines(const BlurJob &job) {
   return 1;
 }
 
+// By strips ----------------------------------------------------------------------------------------------------------
+
+/// Both passes together, row by row: the rows that the next four results need, filtered along themselves, are held
+/// zipped in pairs, and the results are written behind them. Rows of the source are read before the results reach them,
+/// so that an image may be blurred in place.
+class StripBlur {
+ public:
+  explicit StripBlur(const BlurJob &job)
+      : m_job(job),
+        m_kernel(job.kernel.ready),
+        m_lBytes((job.right - job.left) * job.form->bytes),
+        m_bKeepsBytes(job.target->GetImageType() == (job.form->bytes == 3 ? 1 : 5)) {}
+
+  int Run() {
+    if (!Alloc()) return 0;
+    const long lHeight = m_job.bottom - m_job.top, lRows = lHeight + 2 * m_kernel.Half();
+    const long lPairs = m_kernel.PairsAtOnce();
+    long lRead = 0;
+    for (long lDone = 0; lDone < lHeight; lDone += kRows) {
+      for (const long lEnd = std::min(lDone + 2 * lPairs, lRows); lRead < lEnd; lRead += 2)
+        if (!MakePair(lRead, std::min(lRead + 2, lEnd))) return 0;
+      for (long p = 0; p < lPairs; ++p) m_window[p] = Pair(lDone / 2 + p);
+      qel::lines::SmoothColumns(m_result, m_window, m_lBytes, m_kernel);
+      for (long i = lDone; i < std::min(lDone + kRows, lHeight); ++i)
+        if (!Put(m_job.top + i, m_result[i - lDone])) return 0;
+    }
+    return 1;
+  }
+
+ private:
+  static constexpr long kRows = qel::lines::kRowsAtOnce;
+
+  bool Alloc() {
+    const auto roundUp = [](long lCount) { return (lCount + 63) / 64 * 64; };
+    const long lLine = roundUp(m_lBytes), lWide = roundUp(m_lBytes + 2 * m_kernel.Half() * m_job.form->bytes);
+    const long lPairs = m_kernel.PairsAtOnce();
+    unsigned char *p = m_memory.AllocMemory(
+        GMEM_MOVEABLE, static_cast<unsigned long>(lWide + (2 + kRows) * lLine + lPairs * 2 * lLine));
+    if (p == nullptr) return false;
+    const auto take = [&p](long lCount) { return std::exchange(p, p + lCount); };
+    m_pWide = take(lWide);
+    for (auto &row : m_row) row = take(lLine);
+    for (auto &row : m_result) row = take(lLine);
+    m_lPairBytes = 2 * lLine;
+    m_pPairs = p;
+    return true;
+  }
+
+  /// The place of a pair of rows among those held.
+  unsigned char *Pair(long lPair) const { return m_pPairs + lPair % m_kernel.PairsAtOnce() * m_lPairBytes; }
+
+  /// Makes rows lRow .. lEnd - 1, counted from the first row that the kernel reaches; a second row that is not there
+  /// counts for nothing.
+  bool MakePair(long lRow, long lEnd) {
+    for (long i = lRow; i < lEnd; ++i)
+      if (!MakeRow(m_job.top - m_kernel.Half() + i, m_row[i - lRow])) return false;
+    qel::lines::ZipRows(Pair(lRow / 2), m_row[0], m_row[1], m_lBytes);
+    return true;
+  }
+
+  /// Row y as the vertical pass sees it: within the area filtered, and as this image's format gives it back.
+  bool MakeRow(long y, unsigned char *pRow) {
+    y = std::clamp(y, 0L, m_job.target->GetImageHeight() - 1);
+    if (y == m_lLastRow) {
+      if (pRow != m_pLastRow) std::memcpy(pRow, m_pLastRow, static_cast<std::size_t>(m_lBytes));
+      return true;
+    }
+    m_lLastRow = y;
+    m_pLastRow = pRow;
+    if (y < m_job.top || y >= m_job.bottom) return Get(y, pRow);
+    const long h = m_kernel.Half();
+    const auto read = [&](long first, long last, unsigned char *p) {
+      return (m_job.source->*m_job.form->getRow)(first, last, y, p, nullptr) != 0;
+    };
+    if (!ReadWithEdges(m_pWide, m_job.form->bytes, m_job.left - h, m_job.right - 1 + h, m_job.source->GetImageWidth(),
+                       read))
+      return false;
+    qel::lines::SmoothRow(pRow, m_pWide, m_lBytes, m_job.form->bytes, m_kernel);
+    return m_bKeepsBytes || (Put(y, pRow) && Get(y, pRow));
+  }
+
+  bool Get(long y, unsigned char *pRow) {
+    return (m_job.target->*m_job.form->getRow)(m_job.left, m_job.right - 1, y, pRow, nullptr) != 0;
+  }
+  bool Put(long y, unsigned char *pRow) {
+    return (m_job.target->*m_job.form->putRow)(m_job.left, m_job.right - 1, y, pRow) != 0;
+  }
+
+  const BlurJob &m_job;
+  const qel::lines::SmoothKernel &m_kernel;
+  long m_lBytes;       // of a row of the area
+  bool m_bKeepsBytes;  // the target gives filtered bytes back as they are
+  PMem m_memory;
+  unsigned char *m_pWide = nullptr;  // a source row with what the kernel reaches on both sides
+  unsigned char *m_row[2] = {};      // filtered rows
+  unsigned char *m_result[kRows] = {};
+  unsigned char *m_pPairs = nullptr;  // a ring of zipped rows
+  long m_lPairBytes = 0;
+  const unsigned char *m_window[kMaxHalf + 2] = {};
+  long m_lLastRow = -1;  // the row made last and where it lies
+  unsigned char *m_pLastRow = nullptr;
+};
+
 }  // namespace
 
 int PQel::GaussianBlur(PQel *pSrc, double sigma, RECT *pArea) {
@@ -199,6 +303,9 @@ int PQel::GaussianBlur(PQel *pSrc, double sigma, RECT *pArea) {
   const Kernel kernel = KernelOf(sigma);
   if (kernel.n == 0) return 0;
   const bool bWritten = !bGray || m_nImageType == 0 || m_nImageType == 4 || m_nImageType == 5;
-  return BlurByLines(
-      {pSrc, this, bGray ? &kGrayForm : &kColorForm, kernel, rc.left, rc.top, rc.right, rc.bottom, bWritten});
+  const BlurJob job = {pSrc,      this,    bGray ? &kGrayForm : &kColorForm, kernel, rc.left, rc.top, rc.right,
+                       rc.bottom, bWritten};
+  const auto isWatched = [](const PQel *p) { return p->m_bRepeat || p->m_pfnHook != nullptr; };
+  if (isWatched(pSrc) || isWatched(this)) return BlurByLines(job);
+  return bWritten ? StripBlur(job).Run() : 1;
 }
