@@ -15,7 +15,8 @@ namespace {
 
 using namespace qel::lines;
 
-constexpr long kSpan = 512;  // a multiple of 8, so that spans start at bytes of every depth
+constexpr long kSpan = kDiffuseSpan;
+static_assert(kSpan % 8 == 0);  // spans start at bytes of every depth
 
 /// A source line; indices behind its palette are black.
 class Source {
@@ -60,6 +61,32 @@ void PackIndices(unsigned char *pLine, int nBits, long from, const unsigned char
   }
 }
 
+void DiffuseSpan(unsigned char *pIndices, const unsigned char *pColors, long from, long to, DiffuseRow &row,
+                 DiffuseColorTable &table) {
+  DiffuseColors(pIndices, pColors, from, to, row, table);
+}
+
+void DiffuseSpan(unsigned char *pIndices, const unsigned char *pColors, long from, long to, DiffuseRow &row,
+                 DiffuseLevelTable &table) {
+  unsigned char byLevels[kSpan];
+  Rgb24ToLuma(byLevels, pColors, to - from);
+  DiffuseLevels(pIndices, byLevels, from, to, row, table);
+}
+
+template <class Table>
+void DiffuseLine(unsigned char *pLine, int nBits, const Source &source, DiffuseRow &row,
+                 const DiffusePalette &palette) {
+  Table table;
+  PrepareDiffusion(table, palette);
+  unsigned char byColors[3 * kSpan], byIndices[kSpan];
+  const long lSpans = (row.width + kSpan - 1) / kSpan;
+  for (long l = 0; l < lSpans; ++l) {
+    const long from = (row.toLeft ? lSpans - 1 - l : l) * kSpan, to = std::min(from + kSpan, row.width);
+    DiffuseSpan(byIndices, source.Colors(from, to - from, byColors), from, to, row, table);
+    PackIndices(pLine, nBits, from, byIndices, to - from);
+  }
+}
+
 }  // namespace
 
 void PItc::xDiffuse1Line() {
@@ -75,19 +102,10 @@ void PItc::xDiffuseLine(int bToLeft) {
   const DiffusePalette palette = {m_pbyDstRGB, m_nDstColors, m_pbyMap, m_bDstStdPal ? nullptr : m_pbyMapDone};
   DiffuseRow row = {reinterpret_cast<std::int32_t *>(m_plErrCur), reinterpret_cast<std::int32_t *>(m_plErrNext),
                     m_lSrcWidth, bToLeft != 0};
-  unsigned char byColors[3 * kSpan], byLevels[kSpan], byIndices[kSpan];
-  const long lSpans = (m_lSrcWidth + kSpan - 1) / kSpan;
-  for (long l = 0; l < lSpans; ++l) {
-    const long from = (bToLeft ? lSpans - 1 - l : l) * kSpan, to = std::min(from + kSpan, m_lSrcWidth);
-    const unsigned char *const pColors = source.Colors(from, to - from, byColors);
-    if (m_nDstBits == 1) {
-      Rgb24ToLuma(byLevels, pColors, to - from);
-      DiffuseLevels(byIndices, byLevels, from, to, row, palette);
-    } else {
-      DiffuseColors(byIndices, pColors, from, to, row, palette);
-    }
-    PackIndices(m_pbyDstLine, m_nDstBits, from, byIndices, to - from);
-  }
+  if (m_nDstBits == 1)
+    DiffuseLine<DiffuseLevelTable>(m_pbyDstLine, m_nDstBits, source, row, palette);
+  else
+    DiffuseLine<DiffuseColorTable>(m_pbyDstLine, m_nDstBits, source, row, palette);
   std::fill_n(row.current + 3 * m_lSrcWidth, 3, 0);  // the entry behind the line
   std::swap(m_plErrCur, m_plErrNext);
 }

@@ -1,93 +1,127 @@
-// Error diffusion, pixel by pixel.
+// Error diffusion of colours. A span goes in three passes, of which only the second runs from pixel to pixel: the
+// errors carried into the pixels are gathered, the pixels are quantised one after the other, what remains is spread
+// over the line below.
+//
+// The second pass is bound by its longest chain of dependent operations, so it is arranged for that chain alone. With
+// sums of colour and carried error times 16, value v and colour p of the pixel before, the next value is
+//   (sum + 7 v - 7 p) >> 4, limited to least .. greatest;
+// the limits of what is carried and of the value itself are one interval, known beforehand. When 7 p arrives from the
+// palette, sum + 7 v and its distances from both limits stand ready, so that only a subtraction beside two comparisons
+// and two selections lie between the palette and the next key.
 
 #include "qel/lines/diffuse.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstring>
+
+#include "qel/lines/diffuse_errors.h"
+#include "qel/lines/diffuse_search.h"
 
 namespace qel::lines {
 
 namespace {
 
-struct Color {
-  int channel[3];  // red, green, blue
+constexpr long kMargin = 2;  // pixels without error on either side
+
+struct SpanBuffers {
+  std::int16_t sums[3 * kDiffuseSpan], least[3 * kDiffuseSpan], greatest[3 * kDiffuseSpan];
+  std::int16_t errors[3 * (kMargin + kDiffuseSpan + kMargin)];
 };
 
-/// A line that runs to the right compares with the best so far by the sum of the absolute differences too, a line that
-/// runs to the left by squared distance alone. Equals go to the lower index.
-unsigned char SearchPalette(const DiffusePalette &palette, const Color &value, bool toLeft) {
-  int found = 0, bestSquare = 320000, bestSum = toLeft ? 3 * 256 * 256 : 768;
-  for (int j = 0; j < palette.colors; ++j) {
-    int square = 0, sum = 0;
-    for (int c = 0; c < 3; ++c) {
-      const int difference = std::abs(value.channel[c] - palette.rgb[3 * j + c]);
-      square += difference * difference;
-      sum += difference;
-    }
-    if (square >= bestSquare || (!toLeft && sum > bestSum)) continue;
-    found = j;
-    bestSquare = square;
-    bestSum = sum;
-    if (sum == 0) break;
-  }
-  return static_cast<unsigned char>(found);
+/// ready - taken within its limits. Differences without a sign, because then their sign bits decide, and a selection by
+/// that bit takes one cycle where one by an order takes two.
+inline unsigned Limited(unsigned ready, unsigned taken, int least, int greatest) {
+  const unsigned value = ready - taken;
+  const unsigned raised =
+      static_cast<int>(value - static_cast<unsigned>(least)) < 0 ? static_cast<unsigned>(least) : value;
+  return static_cast<int>(static_cast<unsigned>(greatest) - value) < 0 ? static_cast<unsigned>(greatest) : raised;
 }
 
-int IndexOf(const DiffusePalette &palette, const Color &value, bool toLeft) {
-  const int key = (value.channel[0] >> 4) << 8 | (value.channel[1] >> 4) << 4 | value.channel[2] >> 4;
-  if (palette.done != nullptr && !(palette.done[key >> 3] & 0x80 >> (key & 7))) {
-    palette.map[key] = SearchPalette(palette, value, toLeft);
-    palette.done[key >> 3] = static_cast<unsigned char>(palette.done[key >> 3] | 0x80 >> (key & 7));
+/// Quantises pixels from place i up to, but without, `end`; stops at one whose key is not known. `carried` holds 7
+/// times the error of the pixel before. Returns the place where it stopped.
+template <bool AllKnown, int Step>
+long Quantise(unsigned char *indices, SpanBuffers &span, long i, long end, unsigned *carried,
+              const DiffuseColorTable &table) {
+  const unsigned char *const map = table.palette.map, *const done = table.palette.done;
+  unsigned red7 = carried[0], green7 = carried[1], blue7 = carried[2], redTaken = 0, greenTaken = 0, blueTaken = 0;
+  const auto limited = [&span](long at, unsigned seven, unsigned taken) {
+    return Limited(static_cast<unsigned>(span.sums[at]) + seven, taken, span.least[at], span.greatest[at]);
+  };
+  const auto remains = [&span](long at, unsigned value, std::int16_t color) {
+    span.errors[3 * kMargin + at] = static_cast<std::int16_t>(static_cast<int>(value) - color);
+  };
+  for (; i != end; i += Step) {
+    unsigned red = limited(3 * i, red7, redTaken), green = limited(3 * i + 1, green7, greenTaken),
+             blue = limited(3 * i + 2, blue7, blueTaken);
+    const unsigned long key = (red & 0xF00) + (blue >> 8) + (green >> 4 & 0xF0);
+    if (!AllKnown && !(done[key >> 3] & 0x80 >> (key & 7))) break;
+    const unsigned long index = map[key];
+    indices[i] = static_cast<unsigned char>(index);
+    redTaken = table.sevenfold[index][0];
+    greenTaken = table.sevenfold[index][1];
+    blueTaken = table.sevenfold[index][2];
+    red >>= 4, green >>= 4, blue >>= 4;
+    red7 = 7 * red, green7 = 7 * green, blue7 = 7 * blue;
+    remains(3 * i, red, table.color[index][0]);
+    remains(3 * i + 1, green, table.color[index][1]);
+    remains(3 * i + 2, blue, table.color[index][2]);
   }
-  return palette.map[key];
+  carried[0] = red7 - redTaken;
+  carried[1] = green7 - greenTaken;
+  carried[2] = blue7 - blueTaken;
+  return i;
 }
 
-/// Adds without overflow of the signed kind, whatever the row held.
-void AddTo(std::int32_t &entry, int share) {
-  entry = static_cast<std::int32_t>(static_cast<std::uint32_t>(entry) + static_cast<std::uint32_t>(share));
-}
-
-/// Diffuses pixel x and gives its index.
-int DiffusePixel(Color value, long x, DiffuseRow &row, const DiffusePalette &palette) {
-  std::int32_t *const current = row.current + 3 * x;
-  for (int c = 0; c < 3; ++c) {
-    const auto carried = std::clamp<std::int64_t>(std::int64_t{current[c]} + row.carry[c], -128, 128);
-    value.channel[c] = std::clamp(value.channel[c] + static_cast<int>(carried), 0, 255);
-    current[c] = 0;
-  }
-  const int index = IndexOf(palette, value, row.toLeft);
-  const long ahead = row.toLeft ? -1 : 1;
-  for (int c = 0; c < 3; ++c) {
-    const int error = value.channel[c] - (index < palette.colors ? palette.rgb[3 * index + c] : 0);
-    row.carry[c] = error * 7 >> 4;
-    if (x - ahead >= 0 && x - ahead < row.width) AddTo(row.next[3 * (x - ahead) + c], error * 3 >> 4);
-    AddTo(row.next[3 * x + c], error * 5 >> 4);
-    if (x + ahead >= 0 && x + ahead < row.width) AddTo(row.next[3 * (x + ahead) + c], error >> 4);
-  }
-  return index;
-}
-
-template <class ColorAt>
-void Diffuse(unsigned char *indices, long from, long to, DiffuseRow &row, const DiffusePalette &palette,
-             ColorAt colorAt) {
-  for (long k = 0; k < to - from; ++k) {
-    const long i = row.toLeft ? to - from - 1 - k : k;
-    indices[i] = static_cast<unsigned char>(DiffusePixel(colorAt(i), from + i, row, palette));
-  }
+template <bool AllKnown>
+long Quantise(unsigned char *indices, SpanBuffers &span, long i, long end, long step, unsigned *carried,
+              const DiffuseColorTable &table) {
+  return step > 0 ? Quantise<AllKnown, 1>(indices, span, i, end, carried, table)
+                  : Quantise<AllKnown, -1>(indices, span, i, end, carried, table);
 }
 
 }  // namespace
 
-void DiffuseColors(unsigned char *indices, const unsigned char *colors, long from, long to, DiffuseRow &row,
-                   const DiffusePalette &palette) {
-  Diffuse(indices, from, to, row, palette, [colors](long i) {
-    return Color{{colors[3 * i + 2], colors[3 * i + 1], colors[3 * i]}};
-  });
+void PrepareDiffusion(DiffuseColorTable &table, const DiffusePalette &palette) {
+  table.palette = palette;
+  const int colors = std::clamp(palette.colors, 0, 256);
+  for (int i = 0; i < colors; ++i) {
+    for (int c = 0; c < 3; ++c) {
+      table.color[i][c] = palette.rgb[3 * i + c];
+      table.sevenfold[i][c] = static_cast<std::uint16_t>(7 * palette.rgb[3 * i + c]);
+    }
+  }
+  const auto rest = static_cast<std::size_t>(256 - colors);
+  std::memset(table.color + colors, 0, rest * sizeof table.color[0]);
+  std::memset(table.sevenfold + colors, 0, rest * sizeof table.sevenfold[0]);
 }
 
-void DiffuseLevels(unsigned char *indices, const unsigned char *levels, long from, long to, DiffuseRow &row,
-                   const DiffusePalette &palette) {
-  Diffuse(indices, from, to, row, palette, [levels](long i) { return Color{{levels[i], levels[i], levels[i]}}; });
+void DiffuseColors(unsigned char *indices, const unsigned char *colors, long from, long to, DiffuseRow &row,
+                   const DiffuseColorTable &table) {
+  SpanBuffers span;
+  const long n = to - from, step = row.toLeft ? -1 : 1;
+  GatherErrors(span.sums, span.least, span.greatest, colors, row.current + 3 * from, n);
+
+  unsigned carried[3];
+  for (int c = 0; c < 3; ++c) carried[c] = static_cast<unsigned>(16 * row.carry[c]);
+  long i = row.toLeft ? n - 1 : 0;
+  const long end = row.toLeft ? -1 : n;
+  if (table.palette.done == nullptr) {
+    Quantise<true>(indices, span, i, end, step, carried, table);
+  } else {
+    while ((i = Quantise<false>(indices, span, i, end, step, carried, table)) != end) {
+      int value[3];
+      for (int c = 0; c < 3; ++c)
+        value[c] = static_cast<int>(
+            Limited(span.sums[3 * i + c] + carried[c], 0, span.least[3 * i + c], span.greatest[3 * i + c]) >> 4);
+      LearnKey(table.palette, value, row.toLeft);
+    }
+  }
+  for (int c = 0; c < 3; ++c) row.carry[c] = static_cast<int>(carried[c]) >> 4;
+
+  std::memset(span.errors, 0, 3 * kMargin * sizeof span.errors[0]);
+  std::memset(span.errors + 3 * (kMargin + n), 0, 3 * kMargin * sizeof span.errors[0]);
+  const long first = std::max(from - 1, 0L), last = std::min(to, row.width - 1);
+  SpreadErrors(row.next + 3 * first, span.errors + 3 * (kMargin + first - from), 3 * (last - first + 1), 3 * step);
 }
 
 }  // namespace qel::lines
