@@ -1,5 +1,5 @@
 # Installs a build into a scratch prefix and uses it as a stranger would: every header compiled alone, the example built
-# through find_package and through pkg-config, and run; the installed command line run from where it lies.
+# through find_package and through pkg-config, and run; the installed command line run from where it lies, with its data.
 #
 # cmake -DBUILD=... -DEXAMPLE=... -DSCRATCH=... -DCXX=... -P check_install.cmake
 
@@ -71,5 +71,12 @@ run_example("${SCRATCH}/hello-pkg-config")
 run(text "${moved}/bin/qel" info "${SCRATCH}/hello.bmp")
 if(NOT text MATCHES "256 x 128 pixels, bottom-up")
   message(FATAL_ERROR "the installed command line said: ${text}")
+endif()
+
+# And the maps to the standard palettes, without which it would say so.
+execute_process(COMMAND "${moved}/bin/qel" convert "${SCRATCH}/hello.bmp" "${SCRATCH}/mapped.bmp" --type 256 --method map
+                OUTPUT_VARIABLE text ERROR_VARIABLE problems RESULT_VARIABLE status)
+if(NOT status EQUAL 0 OR NOT problems STREQUAL "")
+  message(FATAL_ERROR "converting to the standard palette ended with ${status}: ${text}${problems}")
 endif()
 message(STATUS "${count} headers, the example built both ways and the command line are in order")
