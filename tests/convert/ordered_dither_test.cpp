@@ -39,7 +39,7 @@ struct Dither : PItc {
     return xSetDitherFunc();
   }
 
-  /// Dithers a line of n pixels with the routine chosen into an exactly sized destination of another width.
+  /// Dithers a line of n pixels for the colours chosen into an exactly sized destination of another width.
   Line Run(Line &source, Line &palette, long n, long dstWidth, int dstBits, long x0, long y0) {
     Line out(static_cast<std::size_t>(test::PackedBytes(dstBits, std::max(n, dstWidth))), 0xA5);
     m_lSrcWidth = n;
@@ -48,8 +48,9 @@ struct Dither : PItc {
     m_pbySrcLine = source.data();
     m_pbySrcRGB = palette.data();
     m_pbyDstLine = out.data();
-    xSetPixFuncPtr();
-    (this->*m_pfnDither)(x0, y0);
+    if (m_nDstColors == 2) xDitherTo2(x0, y0);
+    if (m_nDstColors == 16) xDitherTo16(x0, y0);
+    if (m_nDstColors == 256) xDitherTo256(x0, y0);
     return out;
   }
 };
