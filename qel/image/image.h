@@ -703,6 +703,11 @@ class QEL_API PQel : public CObject {
 
   // Turns and rescaling ----------------------------------------------------------------------------------------------
 
+  bool xCanTurn(const PQel *pSource) const;
+  int xRotateImage(PQel *pSource, bool bLeft);
+  int xRotateBlock(PQel *pSource, POINT *pDest, RECT *pRect, bool bLeft);
+  int xMirrorOrInvert(PQel *pSource, unsigned int nOperation, long lWidth);
+
   /// Turn the tile `pRect` of the source to `pDest`.
   int xRotateBlockLeft(PQel *pSource, POINT *pDest, RECT *pRect);
   int xRotateBlockRight(PQel *pSource, POINT *pDest, RECT *pRect);
