@@ -120,20 +120,54 @@ std::uint64_t TransposeSquareOfBits(std::uint64_t x) {
   return x ^ t ^ t << 28;
 }
 
+/// 64 x 64 bits, in words with the leftmost bit the highest.
+void TransposeBlockOfBits(std::uint64_t *rows) {
+  std::uint64_t mask = 0x00000000FFFFFFFF;
+  for (int half = 32; half > 0; half >>= 1, mask ^= mask << half)
+    for (int first = 0; first < 64; first += 2 * half)
+      for (int k = first; k < first + half; ++k) {
+        const std::uint64_t t = (rows[k] ^ rows[k + half] >> half) & mask;
+        rows[k] ^= t;
+        rows[k + half] ^= t << half;
+      }
+}
+
+void MoveBlockOfBits(unsigned char *dst, long dstStride, const unsigned char *src, long srcStride) {
+  std::uint64_t rows[64];
+  for (int r = 0; r < 64; ++r) {
+    std::memcpy(rows + r, src + r * srcStride, 8);
+    rows[r] = __builtin_bswap64(rows[r]);
+  }
+  TransposeBlockOfBits(rows);
+  for (int c = 0; c < 64; ++c) {
+    rows[c] = __builtin_bswap64(rows[c]);
+    std::memcpy(dst + c * dstStride, rows + c, 8);
+  }
+}
+
+void MoveSquareOfBits(unsigned char *dst, long dstStride, const unsigned char *src, long srcStride, long rows,
+                      long columns) {
+  std::uint64_t square = 0;
+  for (long r = 0; r < rows; ++r) square |= static_cast<std::uint64_t>(src[r * srcStride]) << (56 - 8 * r);
+  square = TransposeSquareOfBits(square);
+  for (long c = 0; c < columns; ++c) dst[c * dstStride] = static_cast<unsigned char>(square >> (56 - 8 * c));
+}
+
+/// Whole blocks first, then the squares to the right of them and below.
 void TransposeBits(unsigned char *dst, long dstStride, const unsigned char *src, long srcStride, long width,
                    long height) {
-  for (long i = 0; i < height; i += 8) {
-    const long rows = std::min(height - i, 8L);
-    for (long j = 0; j < width; j += 8) {
-      const unsigned char *from = src + i * srcStride + j / 8;
-      std::uint64_t square = 0;
-      for (long r = 0; r < rows; ++r, from += srcStride) square |= static_cast<std::uint64_t>(*from) << (56 - 8 * r);
-      square = TransposeSquareOfBits(square);
-      unsigned char *to = dst + j * dstStride + i / 8;
-      const long columns = std::min(width - j, 8L);
-      for (long c = 0; c < columns; ++c, to += dstStride) *to = static_cast<unsigned char>(square >> (56 - 8 * c));
+  for (long i = 0; i < height; i += 8)
+    for (long j = 0; j < width;) {
+      unsigned char *const to = dst + j * dstStride + i / 8;
+      const unsigned char *const from = src + i * srcStride + j / 8;
+      if (i / 64 * 64 + 64 <= height && j / 64 * 64 + 64 <= width) {
+        if (i % 64 == 0) MoveBlockOfBits(to, dstStride, from, srcStride);
+        j += 64;
+      } else {
+        MoveSquareOfBits(to, dstStride, from, srcStride, std::min(height - i, 8L), std::min(width - j, 8L));
+        j += 8;
+      }
     }
-  }
 }
 
 }  // namespace

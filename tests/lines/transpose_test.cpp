@@ -16,8 +16,8 @@ TEST(Transpose, MovesEveryPixelToItsPlace) {
   test::ForEachTarget([] {
     std::mt19937 random(11);
     for (const int bits : {1, 4, 8, 16, 24, 32, 48})
-      for (const long width : {1L, 3L, 8L, 16L, 17L, 40L})
-        for (const long height : {1L, 2L, 7L, 15L, 16L, 33L})
+      for (const long width : {1L, 3L, 8L, 16L, 17L, 40L, 135L})
+        for (const long height : {1L, 2L, 7L, 15L, 16L, 33L, 200L})
           for (const bool fromBottom : {false, true}) {
             const long srcBytes = test::PackedBytes(bits, width), dstBytes = test::PackedBytes(bits, height);
             // Exactly as long as the pixels, so that a byte touched behind them is a byte behind the vector.
