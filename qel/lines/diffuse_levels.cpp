@@ -32,19 +32,18 @@ bool IsGray(const DiffusePalette &palette) {
   return true;
 }
 
-/// The largest error of a step's values, when the index is the one for gray.
+/// True when the errors of a step's values are small enough if they become this gray.
 bool IsSmallError(int step, int gray) {
   return std::abs(16 * step - gray) <= kLargestError && std::abs(16 * step + 15 - gray) <= kLargestError;
 }
 
-/// True when no error of a step can be too large, whichever of its values it will be learnt from: the nearest colour of
-/// a value between two others is nearest to one of them or lies between the two nearest.
+/// True when no error of a step is too large; when its key is not known yet, for each gray that it may be learnt with.
 bool IsSmallStep(const DiffusePalette &palette, int step) {
   if (IsKeyKnown(palette, step * 0x111)) return IsSmallError(step, GrayOf(palette, palette.map[step * 0x111]));
   for (int i = 0; i < palette.colors; ++i) {
     const int gray = GrayOf(palette, i);
     if (IsSmallError(step, gray)) continue;
-    for (int v = 16 * step; v < 16 * step + 16; ++v) {  // learnt only by a value to which it is the nearest
+    for (int v = 16 * step; v < 16 * step + 16; ++v) {  // learnt from a value to which the gray is the nearest
       bool isNearest = true;
       for (int j = 0; j < palette.colors; ++j) isNearest &= std::abs(v - gray) <= std::abs(v - GrayOf(palette, j));
       if (isNearest) return false;
@@ -68,8 +67,8 @@ void FillStep(Table &table, int step) {
   }
 }
 
-/// Quantises pixels from place i up to, but without, `end`; stops at one whose key is not known. `share` is the one for
-/// pixel i, before and after, kLargestShare + share.
+/// Quantises pixels from place i up to, but without, `end`; stops at one whose key is not known. `share` is
+/// kLargestShare + the share for pixel i, before and after. Returns the place where it stopped.
 template <int Step>
 long Quantise(unsigned char *indices, std::int16_t *errors, const std::int16_t *sums, long i, long end,
               unsigned long &share, const Table &table) {
@@ -119,7 +118,7 @@ bool DiffuseOneChannel(unsigned char *indices, const unsigned char *levels, long
 
 void PrepareDiffusion(DiffuseLevelTable &table, const DiffusePalette &palette) {
   table.palette = palette;
-  table.usable = IsGray(palette);
+  table.usable = palette.colors > 0 && IsGray(palette);
   for (int step = 0; step < kSteps && table.usable; ++step) {
     FillStep(table, step);
     table.usable = IsSmallStep(palette, step);
