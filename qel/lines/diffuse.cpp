@@ -6,8 +6,8 @@
 // sums of colour and carried error times 16, value v and colour p of the pixel before, the next value is
 //   (sum + 7 v - 7 p) >> 4, limited to least .. greatest;
 // the limits of what is carried and of the value itself are one interval, known beforehand. When 7 p arrives from the
-// palette, sum + 7 v and its distances from both limits stand ready, so that only a subtraction beside two comparisons
-// and two selections lie between the palette and the next key.
+// palette, sum + 7 v stands ready, so that only a subtraction, a comparison and two selections lie between the palette
+// and the next key.
 
 #include "qel/lines/diffuse.h"
 
