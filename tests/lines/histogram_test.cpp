@@ -74,14 +74,4 @@ TEST(Histogram, AFullCellTakesNoMore) {
   }
 }
 
-TEST(Histogram, SumsAFullCellOfTheBrightestPixels) {
-  Cells cells(512);
-  const Line white(3 * 131072, 255);
-  for (int i = 0; i < 65; ++i) qel::lines::CountColors(cells.data(), white.data(), 131072);
-  const ColorCell &last = cells[511];
-  EXPECT_EQ(last.count, 8388607);
-  EXPECT_EQ(last.red, 2139094785);
-  EXPECT_EQ(last.blue, last.red);
-}
-
 }  // namespace
