@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the command line and shows what it does: run.sh [PICTURE.bmp]
 #
-# Without a picture the engine makes its own: a colour card in each of its ten image types. Every picture is described, sent
-# through every store and layout, and compared with what came back. The results lie in out/.
+# Without a picture the engine makes its own: a colour card in each of its ten image types, and a scene. Every picture is
+# described, sent through every store and layout, and compared with what came back; then the picture (or the scene) is shown in
+# every type, method and dither, for displays of few colours, smaller, turned and blurred. The results lie in out/.
 set -euo pipefail
 
 [ $# -le 1 ] || { echo "usage: $0 [PICTURE.bmp]" >&2; exit 2; }
@@ -49,5 +50,25 @@ done
 
 echo
 echo "${#pictures[@]} pictures, $trips conversions, all equal."
-[ -n "$picture" ] || echo "The cards lie in       $PWD/out/cards"
+
+if [ -z "$picture" ]; then
+  picture=out/scene.bmp
+  "$qel" scene "$picture"
+fi
+name=$(basename "$picture" .bmp)
+echo
+echo "$name in every type, method and dither: out/$name-gallery.bmp, from the left"
+"$qel" gallery "$picture" "out/$name-gallery.bmp" | sed 's/^/  /'
+for palette in black-white black-white-red gray4 epaper7; do
+  "$qel" convert "$picture" "out/$name-$palette.bmp" --palette "$palette"
+done
+"$qel" resize "$picture" "out/$name-half.bmp" 50% --smooth
+"$qel" turn "$picture" "out/$name-left.bmp" left
+"$qel" rotate "$picture" "out/$name-rotated.bmp" 15
+"$qel" blur "$picture" "out/$name-blurred.bmp" 3
+
+echo
+echo "Results of $name: out/$name-*.bmp"
+ls "out/$name"-*.bmp | sed "s|^|  $PWD/|"
+[ ! -d out/cards ] || echo "The cards lie in       $PWD/out/cards"
 echo "The conversions lie in $PWD/out/converted"

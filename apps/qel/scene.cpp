@@ -88,7 +88,7 @@ Vector Look(const Vector &from, const Vector &way, int bounces) {
   const Vector point = from + way * nearest, lamp = Unit(kLamp - point);
   if (!met) {
     const bool dark = (static_cast<long>(std::floor(point.x)) + static_cast<long>(std::floor(point.z))) % 2 != 0;
-    const Vector floor = dark ? Vector{0.45, 0.38, 0.32} : Vector{0.80, 0.76, 0.70};
+    const Vector floor = dark ? Vector{0.26, 0.24, 0.26} : Vector{0.66, 0.62, 0.58};
     return Mix(floor * (0.25 + 0.75 * lamp.y * LightAt(point)), SkyAlong(way), 1 - std::exp(-nearest / 30));
   }
   const Vector normal = (point - met->centre) * (1 / met->radius);

@@ -17,14 +17,6 @@ struct Options {
   std::string way;
 };
 
-/// A quarter turn exchanges the sides, and with them the resolutions.
-Picture MakeTurned(PQel &picture, const Course &course) {
-  Picture made = MakeAlike(picture, picture.GetImageHeight(), picture.GetImageWidth(), course);
-  BITMAPINFOHEADER &header = *made->GetBIH();
-  std::swap(header.biXPelsPerMeter, header.biYPelsPerMeter);
-  return made;
-}
-
 using Operation = int (PQel::*)(PQel *);
 
 int Run(const Options &options) {
@@ -36,7 +28,7 @@ int Run(const Options &options) {
     Require((picture.get()->*found->second)(nullptr), course);
   } else {
     const Operation turn = options.way == "left" ? &PQel::RotateImageLeft : &PQel::RotateImageRight;
-    Picture made = MakeTurned(*picture, course);
+    Picture made = MakeAlike(*picture, picture->GetImageHeight(), picture->GetImageWidth(), course);
     Require((made.get()->*turn)(picture.get()), course);
     picture = std::move(made);
   }

@@ -1,4 +1,4 @@
-// qel resize, rotate and blur: pixels where they belong, types as promised, the engine's own results.
+// qel turn, resize, rotate and blur: pixels where they belong, types as promised, the engine's own results.
 #include "app/picture.h"
 
 namespace {
@@ -27,6 +27,42 @@ struct Place {
     return pixels;
   }
 };
+
+TEST(Turn, MovesEveryPixelOfEveryType) {
+  const Place place;
+  constexpr long kW = 37, kH = 21;
+  struct Way {
+    const char *name;
+    bool quarter;
+    long (*x)(long x, long y), (*y)(long x, long y);  // where the pixel of the result at x, y comes from
+  };
+  const Way ways[] = {{"left", true, [](long, long y) { return kW - 1 - y; }, [](long x, long) { return x; }},
+                      {"right", true, [](long, long y) { return y; }, [](long x, long) { return kH - 1 - x; }},
+                      {"half", false, [](long x, long) { return kW - 1 - x; }, [](long, long y) { return kH - 1 - y; }},
+                      {"mirror", false, [](long x, long) { return kW - 1 - x; }, [](long, long y) { return y; }},
+                      {"flip", false, [](long x, long) { return x; }, [](long, long y) { return kH - 1 - y; }}};
+  for (int type = 0; type < 10; ++type) {
+    test::SaveRandom(place.from, type, kW, kH, static_cast<unsigned>(type));
+    test::NaiveImage before = Load(place.from, type);
+    for (const Way &way : ways) {
+      ASSERT_EQ(place.Do({"turn", way.name, "--layout", "block"}).status, 0);
+      test::NaiveImage after = Load(place.to, type);
+      ASSERT_EQ(after.width, way.quarter ? kH : kW);
+      for (long y = 0; y < after.height; ++y)
+        for (long x = 0; x < after.width; ++x)
+          ASSERT_EQ(after.At(x, y), before.At(way.x(x, y), way.y(x, y))) << way.name;
+    }
+  }
+
+  // The resolutions go with the sides, the order of the rows stays.
+  PQel image;
+  ASSERT_TRUE(image.CreateImage(3, 10, -7, 0, nullptr, 1000, 2000, 1, 0, 0) && image.Clear(0));
+  ASSERT_TRUE(image.SaveDIB(place.from.c_str(), 0));
+  ASSERT_EQ(place.Do({"turn", "left"}).status, 0);
+  const auto info = Qel({"info", place.to}).out;
+  EXPECT_NE(info.find("7 x 10 pixels, top-down"), test::Bytes::npos) << info;
+  EXPECT_NE(info.find("2000 x 1000 dots"), test::Bytes::npos) << info;
+}
 
 TEST(Resize, TakesPixelsPercentAndProportion) {
   const Place place;

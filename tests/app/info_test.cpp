@@ -145,7 +145,7 @@ TEST(Usage, WrongUsageIsStatus2WithOneLine) {
   const auto help = Qel({"--help"});
   EXPECT_EQ(help.status, 0);
   for (const char *verb :
-       {"info", "convert", "palette", "gallery", "resize", "rotate", "blur", "compare", "card", "scene"})
+       {"info", "convert", "palette", "gallery", "resize", "turn", "rotate", "blur", "compare", "card", "scene"})
     EXPECT_NE(help.out.find(verb), Bytes::npos);
 }
 
