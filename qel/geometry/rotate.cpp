@@ -9,9 +9,9 @@
 
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
-#include "qel/lines/gaussian.h"
 #include "qel/lines/rescale.h"
 #include "qel/lines/sample.h"
+#include "qel/platform/kernel/global_memory.h"
 
 namespace {
 
@@ -42,6 +42,7 @@ struct Turn {
 
 namespace {
 
+using qel::lines::kOutside;
 using qel::lines::kWalks;
 using qel::lines::SampleGrid;
 using qel::lines::SampleWalks;
@@ -56,14 +57,12 @@ struct RotateJob {
   unsigned long background;  // 0x00RRGGBB or the gray level
   bool clamp;                // edge pixels instead of the background
 
-  /// The width of a frame of background around the source.
-  long Margin() const { return clamp ? 0 : 1; }
-
-  /// The source and its frame.
-  SampleGrid Grid() const {
-    const long m = Margin(), lWidth = source->GetImageWidth(), lHeight = source->GetImageHeight();
-    return {-turn.centreX - m, lWidth - 1 - turn.centreX + m, -turn.centreY - m, lHeight - 1 - turn.centreY + m,
-            lWidth + 2 * m};
+  /// The source's pixels, when they lie as told.
+  SampleGrid Grid(long lRowBytes, long lPixelBytes) const {
+    return {-turn.centreX, source->GetImageWidth() - 1 - turn.centreX,
+            -turn.centreY, source->GetImageHeight() - 1 - turn.centreY,
+            lRowBytes,     lPixelBytes,
+            clamp};
   }
 };
 
@@ -87,46 +86,40 @@ namespace {
 /// The pixels of the source one by one; the pixel read last is remembered.
 class PixelReader {
  public:
-  explicit PixelReader(const RotateJob &job) : m_job(job), m_grid(job.Grid()), m_dwPixel(Read(0, 0)) {}
+  explicit PixelReader(const RotateJob &job) : m_job(job), m_lWidth(job.source->GetImageWidth()), m_dwPixel(Read(0)) {}
 
-  /// The value of a pixel by its number.
+  /// The value of a pixel by its number from the top left one on.
   unsigned long operator[](long lNumber) {
-    const long lPlace = lNumber - m_grid.top * m_grid.stride - m_grid.left;
-    const long x = lPlace % m_grid.stride - m_job.Margin(), y = lPlace / m_grid.stride - m_job.Margin();
-    if (x < 0 || y < 0 || x >= m_job.source->GetImageWidth() || y >= m_job.source->GetImageHeight())
-      return m_job.background;
-    if (x != m_lX || y != m_lY) {
-      m_lX = x;
-      m_lY = y;
-      m_dwPixel = Read(x, y);
-    }
+    if (lNumber != m_lNumber) m_dwPixel = Read(m_lNumber = lNumber);
     return m_dwPixel;
   }
 
  private:
-  unsigned long Read(long x, long y) const {
+  unsigned long Read(long lNumber) const {
+    const long x = lNumber % m_lWidth, y = lNumber / m_lWidth;
     long long llDeep = 0;
     return m_job.channels == 3 ? m_job.source->GetPixelBGR(x, y) : m_job.source->GetPixel(x, y, &llDeep);
   }
 
   const RotateJob &m_job;
-  SampleGrid m_grid;
-  long m_lX = 0, m_lY = 0;
+  long m_lWidth;
+  long m_lNumber = 0;
   unsigned long m_dwPixel;
 };
 
 /// Reads pixel by pixel: the way that repeating images and hooks want, and that every source can go.
 int RotateByPixels(const RotateJob &job) {
   const long lSums = job.target->GetImageWidth() * job.channels;
-  PMem sumLine, numberLine, row;
+  PMem sumLine, placeLine, row;
   auto *const pdwSums = reinterpret_cast<std::uint32_t *>(
       sumLine.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lSums) * sizeof(std::uint32_t)));
-  auto *const pllNumbers = reinterpret_cast<std::int64_t *>(
-      numberLine.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(job.samples) * sizeof(std::int64_t)));
+  auto *const pllPlaces = reinterpret_cast<std::int64_t *>(
+      placeLine.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(job.samples) * sizeof(std::int64_t)));
   unsigned char *const pRow = row.AllocMemory(GHND, static_cast<unsigned long>(job.target->GetLineBytes()));
-  if (pdwSums == nullptr || pllNumbers == nullptr || pRow == nullptr) return 0;
+  if (pdwSums == nullptr || pllPlaces == nullptr || pRow == nullptr) return 0;
 
-  const SampleGrid grid = job.Grid();
+  const long lWidth = job.source->GetImageWidth(), lCentre = job.turn.centreY * lWidth + job.turn.centreX;
+  const SampleGrid grid = job.Grid(lWidth, 1);
   PixelReader pixels(job);
   for (long r = 0; r < job.target->GetImageHeight(); ++r) {
     std::fill_n(pdwSums, lSums, 0U);
@@ -134,9 +127,10 @@ int RotateByPixels(const RotateJob &job) {
       SampleWalks walks;
       StartWalk(job, r, s, walks, 0);
       for (long c = 0; c < lSums; c += job.channels) {
-        qel::lines::FindSamplesOfOne(pllNumbers, walks, grid, job.samples);
+        qel::lines::FindSamplesOfOne(pllPlaces, walks, grid, job.samples);
         for (long j = 0; j < job.samples; ++j) {
-          const unsigned long v = pixels[pllNumbers[j]];
+          const bool bOutside = pllPlaces[j] == kOutside<std::int64_t>;
+          const unsigned long v = bOutside ? job.background : pixels[lCentre + pllPlaces[j]];
           if (job.channels == 1) {
             pdwSums[c] += static_cast<std::uint32_t>(v);
           } else {
@@ -153,83 +147,105 @@ int RotateByPixels(const RotateJob &job) {
 
 }  // namespace
 
-// From a plane -------------------------------------------------------------------------------------------------------
+// From memory --------------------------------------------------------------------------------------------------------
 
 namespace {
 
-/// All pixels of the source as 24-bit pixels or bytes, in a frame of background.
+/// A source and where it lies.
+struct RotateSource {
+  PQel *image;
+  bool isWatched;                          // it repeats or has a hook: its pixels are to be read one by one
+  const RGBQUAD *pTable;                   // colour table
+  const unsigned char *pPixels = nullptr;  // its top row, when all rows lie one by one in memory that can be read
+  long lRowBytes = 0;                      // from row to row; negative when the bottom row comes first
+
+  RotateSource(PQel *pImage, ImageHookProc pfnHook, const RGBQUAD *pColors)
+      : image(pImage), isWatched(pfnHook != nullptr || pImage->IsEnableRepeat()), pTable(pColors) {
+    tagLmmInfo info;
+    if (pImage->GetMemType() != 1 || !pImage->GetLmmInfo(&info) || info.wMemKind != 1) return;
+    const auto *const pStore = static_cast<const unsigned char *>(GlobalLock(info.pvMem));
+    if (pStore == nullptr) return;
+    GlobalUnlock(info.pvMem);  // the store holds a lock of its own
+    const bool bTopDown = pImage->GetBIH()->biHeight < 0;
+    const long lBytes = pImage->GetLineBytes();
+    lRowBytes = bTopDown ? lBytes : -lBytes;
+    pPixels = pStore + pImage->GetLmmOffset() + (bTopDown ? 0 : (pImage->GetImageHeight() - 1) * lBytes);
+  }
+};
+
+/// The source's pixels where samples can be taken from: in its own store, or in a copy as 24-bit pixels or bytes.
 class Plane {
  public:
-  /// False when there is no memory for the plane, or the source has values that do not fit into it.
-  bool Fill(const RotateJob &job, const RGBQUAD *pTable) {
-    constexpr long kMostAcross = 1L << 28, kMostPixels = (1L << 31) - 1;
-    const long lWidth = job.source->GetImageWidth(), lHeight = job.source->GetImageHeight(), m = job.Margin();
-    if (job.channels == 1 && job.source->GetBitCount() > 8) return false;
-    const long lAcross = lWidth + 2 * m, lRows = lHeight + 2 * m;
-    if (std::max(lAcross, lRows) > kMostAcross || lAcross > kMostPixels / lRows) return false;
-    const long lStride = lAcross * job.channels;
-    unsigned char *p = m_memory.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lStride * lRows + 1));
-    PMem line;
-    unsigned char *const pLine =
-        line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(job.source->GetLineBytes() + 1));
-    if (p == nullptr || pLine == nullptr) return false;
-    m_pCentre = p + (job.turn.centreY + m) * lStride + (job.turn.centreX + m) * job.channels;
-
-    const unsigned char background[3] = {static_cast<unsigned char>(job.background),
-                                         static_cast<unsigned char>(job.background >> 8),
-                                         static_cast<unsigned char>(job.background >> 16)};
-    const auto frame = [&](unsigned char *pAt, long lCount) {
-      qel::lines::RepeatPixel(pAt, background, job.channels, lCount);
-      return pAt + lCount * job.channels;
-    };
-    p = frame(p, m * lAcross);
-    for (long y = 0; y < lHeight; ++y) {
-      p = frame(p, m);
-      if (!ReadRow(job, pTable, y, p, pLine)) return false;
-      p = frame(p + lWidth * job.channels, m);
-    }
-    frame(p, m * lAcross);
+  /// False when there is no memory for a copy, or the source has values or a size that the samples cannot have.
+  bool Open(const RotateJob &job, const RotateSource &source) {
+    constexpr long kMostAcross = 1L << 28, kMostBytes = (1L << 31) - 1;
+    const long lWidth = source.image->GetImageWidth(), lHeight = source.image->GetImageHeight();
+    const int nBits = source.image->GetBitCount();
+    if (job.channels == 1 && nBits > 8) return false;
+    const bool bAsItIs = source.pPixels != nullptr && (job.channels == 1 ? nBits == 8 : nBits == 24 || nBits == 32);
+    const long lPixelBytes = bAsItIs ? nBits / 8 : job.channels;
+    const long lRowBytes = bAsItIs ? source.lRowBytes : lWidth * lPixelBytes;
+    if (std::max(lWidth, lHeight) > kMostAcross || std::abs(lRowBytes) > kMostBytes / lHeight) return false;
+    const unsigned char *const pTop = bAsItIs ? source.pPixels : Copy(job, source, lRowBytes);
+    if (pTop == nullptr) return false;
+    grid = job.Grid(lRowBytes, lPixelBytes);
+    pixels = {pTop + job.turn.centreY * lRowBytes + job.turn.centreX * lPixelBytes, job.channels,
+              static_cast<std::uint32_t>(job.background)};
     return true;
   }
 
-  /// The pixel of point (0, 0).
-  const unsigned char *Centre() const { return m_pCentre; }
+  SampleGrid grid;
+  qel::lines::SamplePixels pixels;
 
  private:
-  /// A row as the single pixels read: 48-bit pixels by their high bytes, gray ones through their table, gray levels as
-  /// the raw values.
-  static bool ReadRow(const RotateJob &job, const RGBQUAD *pTable, long y, unsigned char *pDst, unsigned char *pLine) {
+  const unsigned char *Copy(const RotateJob &job, const RotateSource &source, long lRowBytes) {
+    const long lHeight = source.image->GetImageHeight();
+    PMem line;
+    unsigned char *const pLine =
+        line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(source.image->GetLineBytes() + 1));
+    unsigned char *const p =
+        m_memory.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lRowBytes * lHeight + kBefore));
+    if (p == nullptr || pLine == nullptr) return nullptr;
+    for (long y = 0; y < lHeight; ++y)
+      if (!CopyRow(job, source, y, p + kBefore + y * lRowBytes, pLine)) return nullptr;
+    return p + kBefore;
+  }
+
+  /// A row as the single pixels read: 48-bit pixels by their high bytes, 8-bit ones through their table whatever their
+  /// type, levels as raw values.
+  static bool CopyRow(const RotateJob &job, const RotateSource &source, long y, unsigned char *pDst,
+                      unsigned char *pLine) {
     namespace lines = qel::lines;
-    const long n = job.source->GetImageWidth();
-    const int nBits = job.source->GetBitCount();
-    if (job.channels == 3 && nBits != 8 && nBits != 48) return job.source->Get24bitHorLine(0, n - 1, y, pDst, nullptr);
-    if (!job.source->GetHorLine(0, n - 1, y, pLine)) return false;
+    const long n = source.image->GetImageWidth();
+    const int nBits = source.image->GetBitCount();
+    if (job.channels == 3 && nBits != 8 && nBits != 48)
+      return source.image->Get24bitHorLine(0, n - 1, y, pDst, nullptr);
+    if (!source.image->GetHorLine(0, n - 1, y, pLine)) return false;
     if (nBits == 48)
       lines::Rgb48To24(pDst, pLine + 1, n);
     else if (job.channels == 3)
-      lines::BytesTo24(pDst, pLine, n, pTable);
+      lines::BytesTo24(pDst, pLine, n, source.pTable);
     else
       lines::UnpackValues(pDst, pLine, n, nBits);
     return true;
   }
 
+  static constexpr long kBefore = 4;  // a byte before the first pixel is read
   PMem m_memory;
-  unsigned char *m_pCentre = nullptr;
 };
 
-/// Rows that are turned together, as many as the walks hold.
+/// Turns as many rows together as the walks hold.
 class PlaneRotation {
  public:
   explicit PlaneRotation(const RotateJob &job)
       : m_job(job),
-        m_grid(job.Grid()),
         m_lWidth(job.target->GetImageWidth()),
         m_lBytes(m_lWidth * job.channels),
         m_lSubRows(std::min<long>(job.samples, kWalks)),
         m_lRows(kWalks / m_lSubRows) {}
 
-  int Run(const RGBQUAD *pTable) {
-    if (!Alloc() || !m_plane.Fill(m_job, pTable)) return 0;
+  int Run(const RotateSource &source) {
+    if (!Alloc() || !m_plane.Open(m_job, source)) return 0;
     const long lHeight = m_job.target->GetImageHeight();
     for (long r = 0; r < lHeight; r += m_lRows) {
       if (m_job.samples > 1) std::fill_n(m_pdwSums, m_lRows * m_lBytes, 0U);
@@ -241,7 +257,7 @@ class PlaneRotation {
   }
 
  private:
-  static constexpr long kPoints = 256;  // of each walk that are looked up together; the numbers stay in the cache
+  static constexpr long kPoints = 256;  // of each walk that are looked up together; their places stay in the cache
 
   bool Alloc() {
     m_lRowBytes = m_job.target->GetLineBytes() + 4;
@@ -254,30 +270,59 @@ class PlaneRotation {
     return m_pRows != nullptr;
   }
 
-  unsigned char *Row(long i) const { return m_pRows + i * m_lRowBytes; }
+  /// True when each walk stays on one side of the source for its next points, so clearly that no rounding matters.
+  bool IsFarOutside(const SampleWalks &walks, long lCount) const {
+    constexpr double kMargin = 2;
+    const SampleGrid &grid = m_plane.grid;
+    const auto isBeside = [lCount](double v, double step, long first, long last) {
+      const double end = v + step * static_cast<double>(lCount);
+      return std::max(v, end) < static_cast<double>(first) - kMargin ||
+             std::min(v, end) > static_cast<double>(last) + kMargin;
+    };
+    for (int k = 0; k < kWalks; ++k)
+      if (!isBeside(walks.x[k], walks.stepX, grid.left, grid.right) &&
+          !isBeside(walks.y[k], walks.stepY, grid.top, grid.bottom))
+        return false;
+    return !m_job.clamp;
+  }
 
   /// Walks along sub-rows lSubRow .. of the rows from lRow on.
   void Walk(long lRow, long lSubRow) {
     SampleWalks walks;
-    const long lSubRows = std::min(m_lSubRows, m_job.samples - lSubRow), lUsed = m_lRows * m_lSubRows;
+    const long lUsed = m_lRows * m_lSubRows;
     for (long k = 0; k < kWalks; ++k)  // walks that are left over go where others go
       StartWalk(m_job, lRow + k % lUsed / m_lSubRows, lSubRow + k % lUsed % m_lSubRows, walks, k);
+    const long lSubRows = std::min(m_lSubRows, m_job.samples - lSubRow), lAtOnce = kPoints / m_job.samples;
+    for (long c = 0; c < m_lWidth; c += lAtOnce) MakePixels(c, std::min(lAtOnce, m_lWidth - c), lSubRows, walks);
+  }
 
-    std::int32_t numbers[kPoints * kWalks];
-    const long lAtOnce = kPoints / m_job.samples;
-    for (long c = 0; c < m_lWidth; c += lAtOnce) {
-      const long lCount = std::min(lAtOnce, m_lWidth - c);
-      qel::lines::FindSamples(numbers, walks, m_grid, lCount * m_job.samples);
-      for (long i = 0; i < m_lRows; ++i) {
-        const long lAt = c * m_job.channels;
-        if (m_job.samples == 1)
-          qel::lines::CopySamples(Row(i) + lAt, m_plane.Centre(), numbers + i, lCount, m_job.channels);
-        else
-          qel::lines::AddSamples(m_pdwSums + i * m_lBytes + lAt, m_plane.Centre(), numbers + i * m_lSubRows, lCount,
-                                 m_job.samples, lSubRows, m_job.channels);
-      }
+  /// The next lCount pixels of all rows, or what some of their sub-rows add to them.
+  void MakePixels(long c, long lCount, long lSubRows, SampleWalks &walks) {
+    namespace lines = qel::lines;
+    const long lPoints = lCount * m_job.samples;
+    const bool bOutside = IsFarOutside(walks, lPoints);
+    std::int32_t places[kPoints * kWalks];
+    bool bAll = false;
+    if (bOutside)
+      lines::SkipSamples(walks, lPoints);
+    else
+      bAll = lines::FindSamples(places, walks, m_plane.grid, lPoints);
+    for (long i = 0; i < m_lRows; ++i) {
+      unsigned char *const pRow = Row(i) + c * m_job.channels;
+      std::uint32_t *const pdwSums = m_pdwSums + i * m_lBytes + c * m_job.channels;
+      const std::int32_t *const pFirst = places + i * m_lSubRows;
+      if (m_job.samples > 1 && bOutside)
+        lines::AddBackground(pdwSums, m_plane.pixels, lCount, lSubRows * m_job.samples);
+      else if (m_job.samples > 1)
+        lines::AddSamples(pdwSums, m_plane.pixels, pFirst, lCount, m_job.samples, lSubRows, bAll);
+      else if (bOutside)
+        lines::FillBackground(pRow, m_plane.pixels, lCount);
+      else
+        lines::CopySamples(pRow, m_plane.pixels, pFirst, lCount, bAll);
     }
   }
+
+  unsigned char *Row(long i) const { return m_pRows + i * m_lRowBytes; }
 
   int Put(long lRow, long i) {
     if (m_job.samples > 1)
@@ -286,7 +331,6 @@ class PlaneRotation {
   }
 
   const RotateJob &m_job;
-  SampleGrid m_grid;
   long m_lWidth;
   long m_lBytes;    // of a row
   long m_lSubRows;  // of a row that are walked along together
@@ -296,13 +340,6 @@ class PlaneRotation {
   PMem m_sums, m_rows;
   std::uint32_t *m_pdwSums = nullptr;
   unsigned char *m_pRows = nullptr;
-};
-
-/// A source, and what its class alone knows.
-struct RotateSource {
-  PQel *image;
-  bool isWatched;         // it repeats or has a hook: its pixels are to be read one by one
-  const RGBQUAD *pTable;  // colour table
 };
 
 /// The three forms of the rotation.
@@ -328,8 +365,8 @@ int Rotate(PQel *pTarget, const RotateSource &source, int nAngle, int nSample, c
                             0, nullptr, static_cast<unsigned long>(pSource->GetDpmX()),
                             static_cast<unsigned long>(pSource->GetDpmY()), 15, 0, 0))
     return 0;
-  if (!source.isWatched && PlaneRotation(job).Run(source.pTable)) return 1;
-  if (RotateByPixels(job)) return 1;  // also when there is no memory for a plane
+  if (!source.isWatched && PlaneRotation(job).Run(source)) return 1;
+  if (RotateByPixels(job)) return 1;  // also when memory is short
   pTarget->DeleteImage(1);
   return 0;
 }
@@ -345,18 +382,17 @@ unsigned long PixelOf(unsigned long dwColorRef) {
 
 int PQel::Rotate24bitImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground) {
   if (pSource == nullptr || pSource == this) return 0;
-  const bool bWatched = pSource->m_bRepeat || pSource->m_pfnHook != nullptr;
-  return Rotate(this, {pSource, bWatched, pSource->m_pRGBQuad}, nAngle, nSample, {3, PixelOf(dwBackground), false});
+  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample,
+                {3, PixelOf(dwBackground), false});
 }
 
 int PQel::Rotate24bitImage(PQel *pSource, int nAngle, int nSample) {
   if (pSource == nullptr || pSource == this) return 0;
-  const bool bWatched = pSource->m_bRepeat || pSource->m_pfnHook != nullptr;
-  return Rotate(this, {pSource, bWatched, pSource->m_pRGBQuad}, nAngle, nSample, {3, 0, true});
+  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample, {3, 0, true});
 }
 
 int PQel::RotateGrayImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground) {
   if (pSource == nullptr || pSource == this) return 0;
-  const bool bWatched = pSource->m_bRepeat || pSource->m_pfnHook != nullptr;
-  return Rotate(this, {pSource, bWatched, pSource->m_pRGBQuad}, nAngle, nSample, {1, dwBackground & 0xFF, false});
+  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample,
+                {1, dwBackground & 0xFF, false});
 }

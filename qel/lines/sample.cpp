@@ -13,32 +13,49 @@ namespace qel::lines {
 
 namespace {
 
-long PixelOf(double v, long first, long last) {
-  return std::clamp(static_cast<long>(v < 0 ? v - 0.999 : v), first, last);
+long PixelOf(double v) {
+  return static_cast<long>(v < 0 ? v - 0.999 : v);
 }
 
-/// Walk k; its numbers are `apart` numbers apart.
-template <class Number>
-void FindOfWalk(Number *numbers, SampleWalks &walks, int k, const SampleGrid &grid, long count, int apart) {
+/// Walk k; its places are `apart` places apart.
+template <class Place>
+bool FindOfWalk(Place *places, SampleWalks &walks, int k, const SampleGrid &grid, long count, int apart) {
   double x = walks.x[k], y = walks.y[k];
+  bool all = true;
   for (long i = 0; i < count; ++i) {
-    const long row = PixelOf(y, grid.top, grid.bottom);
-    numbers[apart * i] = static_cast<Number>(row * grid.stride + PixelOf(x, grid.left, grid.right));
+    const long column = PixelOf(x), row = PixelOf(y);
+    const long nearColumn = std::clamp(column, grid.left, grid.right), nearRow = std::clamp(row, grid.top, grid.bottom);
+    const bool isShown = grid.clamp || (column == nearColumn && row == nearRow);
+    places[apart * i] =
+        isShown ? static_cast<Place>(nearRow * grid.rowBytes + nearColumn * grid.pixelBytes) : kOutside<Place>;
+    all &= isShown;
     x += walks.stepX;
     y += walks.stepY;
   }
   walks.x[k] = x;
   walks.y[k] = y;
+  return all;
 }
 
 }  // namespace
 
-void plain::FindSamples(std::int32_t *numbers, SampleWalks &walks, const SampleGrid &grid, long count) {
-  for (int k = 0; k < kWalks; ++k) FindOfWalk(numbers + k, walks, k, grid, count, kWalks);
+bool plain::FindSamples(std::int32_t *places, SampleWalks &walks, const SampleGrid &grid, long count) {
+  bool all = true;
+  for (int k = 0; k < kWalks; ++k) all &= FindOfWalk(places + k, walks, k, grid, count, kWalks);
+  return all;
 }
 
-void FindSamplesOfOne(std::int64_t *numbers, SampleWalks &walks, const SampleGrid &grid, long count) {
-  FindOfWalk(numbers, walks, 0, grid, count, 1);
+void FindSamplesOfOne(std::int64_t *places, SampleWalks &walks, const SampleGrid &grid, long count) {
+  FindOfWalk(places, walks, 0, grid, count, 1);
+}
+
+void SkipSamples(SampleWalks &walks, long count) {
+  for (long i = 0; i < count; ++i) {
+    for (int k = 0; k < kWalks; ++k) {
+      walks.x[k] += walks.stepX;
+      walks.y[k] += walks.stepY;
+    }
+  }
 }
 
 // Pixels -------------------------------------------------------------------------------------------------------------
@@ -52,81 +69,94 @@ void UnpackValues(unsigned char *dst, const unsigned char *src, long n, int bits
 
 namespace {
 
-/// Blue, green, red and whatever follows them.
-std::uint32_t Load24(const unsigned char *centre, long number) {
+/// A colour in the upper three bytes. The load begins before the colour, where there is always a byte: behind the last
+/// pixel of an image there may be none.
+template <bool kAll>
+std::uint32_t LoadColor(const SamplePixels &pixels, std::int32_t place) {
+  if (!kAll && place == kOutside<std::int32_t>) return pixels.background << 8;
   std::uint32_t v;
-  std::memcpy(&v, centre + 3 * number, sizeof v);
+  std::memcpy(&v, pixels.centre + place - 1, sizeof v);
   return v;
 }
 
-}  // namespace
+template <bool kAll>
+std::uint32_t LoadLevel(const SamplePixels &pixels, std::int32_t place) {
+  return !kAll && place == kOutside<std::int32_t> ? pixels.background : pixels.centre[place];
+}
 
-void CopySamples(unsigned char *dst, const unsigned char *centre, const std::int32_t *numbers, long count,
-                 int channels) {
-  if (channels == 1) {
-    for (long i = 0; i < count; ++i) dst[i] = centre[numbers[kWalks * i]];
+template <bool kAll>
+void Copy(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count) {
+  if (pixels.channels == 1) {
+    for (long i = 0; i < count; ++i) dst[i] = static_cast<unsigned char>(LoadLevel<kAll>(pixels, places[kWalks * i]));
     return;
   }
   for (long i = 0; i < count; ++i) {
-    const std::uint32_t v = Load24(centre, numbers[kWalks * i]);
+    const std::uint32_t v = LoadColor<kAll>(pixels, places[kWalks * i]) >> 8;
     std::memcpy(dst + 3 * i, &v, sizeof v);  // the fourth byte goes where the next pixel comes
   }
 }
 
-namespace {
-
-constexpr std::uint32_t kBlueAndRed = 0x00FF00FF, kGreen = 0x0000FF00;
-
-/// Sums of blue and red, 16 bits each, and of green, shifted by 8: enough for 257 samples.
+/// Sums of up to 257 colours: of blue and red from bits 8 and 24 on, of green from bit 16 on.
 struct ShortSums {
-  std::uint32_t blueAndRed = 0;
-  std::uint32_t green = 0;
+  std::uint64_t blueAndRed = 0;
+  std::uint64_t green = 0;
 
-  template <long kPoints>
-  void Add(const unsigned char *centre, const std::int32_t *numbers, long points, long walks) {
-    for (long j = 0; j < (kPoints ? kPoints : points); ++j) {
-      for (long k = 0; k < (kPoints ? kPoints : walks); ++k) {
-        const std::uint32_t v = Load24(centre, numbers[kWalks * j + k]);
-        blueAndRed += v & kBlueAndRed;
-        green += v & kGreen;
-      }
-    }
+  void Add(std::uint64_t v) {
+    blueAndRed += v & 0xFF00FF00;
+    green += v & 0x00FF0000;
   }
 
   void AddTo(std::uint32_t *sums) const {
-    sums[0] += blueAndRed & 0xFFFF;
-    sums[1] += green >> 8;
-    sums[2] += blueAndRed >> 16;
+    sums[0] += static_cast<std::uint32_t>(blueAndRed >> 8 & 0xFFFF);
+    sums[1] += static_cast<std::uint32_t>(green >> 16);
+    sums[2] += static_cast<std::uint32_t>(blueAndRed >> 24);
   }
 };
 
-}  // namespace
-
-void AddSamples(std::uint32_t *sums, const unsigned char *centre, const std::int32_t *numbers, long count, long points,
-                long walks, int channels) {
-  constexpr long kMostPoints = 32;  // of eight walks
-  if (channels == 1) {
-    for (long i = 0; i < count; ++i) {
-      for (long j = 0; j < points; ++j, numbers += kWalks)
-        for (long k = 0; k < walks; ++k) sums[i] += centre[numbers[k]];
-    }
-  } else if (points == 2 && walks == 2) {
-    for (long i = 0; i < count; ++i, sums += 3, numbers += 2 * kWalks) {
-      ShortSums some;
-      some.Add<2>(centre, numbers, 2, 2);
-      some.AddTo(sums);
-    }
-  } else {
-    for (long i = 0; i < count; ++i, sums += 3) {
-      for (long j = 0; j < points; j += kMostPoints) {
+/// kSide: points and walks when they are known beforehand, which frees the pixel of its loops; else 0.
+template <bool kAll, long kSide>
+void Add(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
+         long walks) {
+  constexpr long kMostPoints = 32;  // of eight walks, for short sums
+  if (kSide != 0) points = walks = kSide;
+  for (long i = 0; i < count; ++i, sums += pixels.channels) {
+    for (long j = 0; j < points; j += kMostPoints) {
+      const std::int32_t *const end = places + kWalks * std::min(kMostPoints, points - j);
+      if (pixels.channels == 1) {
+        for (; places < end; places += kWalks)
+          for (long k = 0; k < walks; ++k) sums[0] += LoadLevel<kAll>(pixels, places[k]);
+      } else {
         ShortSums some;
-        const long n = std::min(kMostPoints, points - j);
-        some.Add<0>(centre, numbers, n, walks);
+        for (; places < end; places += kWalks)
+          for (long k = 0; k < walks; ++k) some.Add(LoadColor<kAll>(pixels, places[k]));
         some.AddTo(sums);
-        numbers += kWalks * n;
       }
     }
   }
+}
+
+}  // namespace
+
+void CopySamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, bool all) {
+  (all ? Copy<true> : Copy<false>)(dst, pixels, places, count);
+}
+
+void AddSamples(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
+                long walks, bool all) {
+  const auto add =
+      points == 2 && walks == 2 ? (all ? Add<true, 2> : Add<false, 2>) : (all ? Add<true, 0> : Add<false, 0>);
+  add(sums, pixels, places, count, points, walks);
+}
+
+void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count) {
+  for (long i = 0; i < count; ++i)
+    for (int c = 0; c < pixels.channels; ++c) *dst++ = static_cast<unsigned char>(pixels.background >> 8 * c);
+}
+
+void AddBackground(std::uint32_t *sums, const SamplePixels &pixels, long count, long samples) {
+  for (long i = 0; i < count; ++i)
+    for (int c = 0; c < pixels.channels; ++c)
+      *sums++ += (pixels.background >> 8 * c & 0xFF) * static_cast<std::uint32_t>(samples);
 }
 
 }  // namespace qel::lines

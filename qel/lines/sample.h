@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 namespace qel::lines {
 
@@ -16,36 +17,56 @@ struct SampleWalks {
   double stepY;
 };
 
-/// The pixels that a source has, as columns and rows from its centre on; points beyond show the nearest of them.
+/// The pixels of a source: columns left .. right and rows top .. bottom, counted from its centre, and where they lie.
 struct SampleGrid {
   long left;
-  long right;  // the last column
+  long right;
   long top;
-  long bottom;  // the last row
-  long stride;  // pixels from row to row
+  long bottom;
+  long rowBytes;    // from row to row; negative for rows that lie bottom up
+  long pixelBytes;  // from column to column
+  bool clamp;       // points outside show the nearest pixel
 };
 
-/// The pixels that the next `count` points of each walk show, eight numbers a point: row x stride + column; the walks
-/// stand behind the points then. A coordinate is truncated, 0.999 being taken off first when it is below 0. For grids
-/// of up to 2^28 columns and rows and less than 2^31 pixels.
-void FindSamples(std::int32_t *numbers, SampleWalks &walks, const SampleGrid &grid, long count);
+/// Stands for a point outside.
+template <class Place>
+constexpr Place kOutside = std::numeric_limits<Place>::min();
 
-/// The same for the first walk alone, one number a point, and for grids of every size.
-void FindSamplesOfOne(std::int64_t *numbers, SampleWalks &walks, const SampleGrid &grid, long count);
+/// The pixels that the next `count` points of each walk show, eight places a point: row x rowBytes + column x
+/// pixelBytes or kOutside. The walks stand behind the points then. A coordinate is truncated, 0.999 being taken off
+/// first when it is below 0. For sources of up to 2^28 columns and rows and less than 2^31 bytes. True when no point is
+/// outside.
+bool FindSamples(std::int32_t *places, SampleWalks &walks, const SampleGrid &grid, long count);
+
+/// The same for the first walk alone, one place a point, and for sources of every size.
+void FindSamplesOfOne(std::int64_t *places, SampleWalks &walks, const SampleGrid &grid, long count);
+
+/// Moves the walks behind their next `count` points.
+void SkipSamples(SampleWalks &walks, long count);
 
 /// The values of n packed pixels of 1, 4 or 8 bits, a byte each.
 void UnpackValues(unsigned char *dst, const unsigned char *src, long n, int bits);
 
-// Pixels of `channels` bytes (1 or 3) around `centre`, pixel number 0. Numbers of the same walk lie eight apart. One
-// byte behind the pixels is read, and one behind the line written.
+/// Pixels around `centre`, place 0, and the level or 0x00RRGGBB of what is outside. Of colours the first three bytes
+/// are taken, and the byte before them is read too.
+struct SamplePixels {
+  const unsigned char *centre;
+  int channels;  // 1 or 3
+  std::uint32_t background;
+};
 
-/// One pixel a point: dst[i] is the pixel of numbers[8 i].
-void CopySamples(unsigned char *dst, const unsigned char *centre, const std::int32_t *numbers, long count,
-                 int channels);
+// The places of a walk lie eight apart. `all`: no point is outside.
+
+/// One pixel a point: pixel i is that of places[8 i]. One byte behind a line of colours is written.
+void CopySamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, bool all);
 
 /// Adds to each pixel's sums (one a channel) `points` points of `walks` walks side by side: pixel i begins with
-/// numbers[8 i x points].
-void AddSamples(std::uint32_t *sums, const unsigned char *centre, const std::int32_t *numbers, long count, long points,
-                long walks, int channels);
+/// places[8 i x points].
+void AddSamples(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
+                long walks, bool all);
+
+/// `count` pixels of background, and as many whose sums it is added to `samples` times.
+void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count);
+void AddBackground(std::uint32_t *sums, const SamplePixels &pixels, long count, long samples);
 
 }  // namespace qel::lines

@@ -5,6 +5,6 @@
 
 namespace qel::lines::plain {
 
-void FindSamples(std::int32_t *numbers, SampleWalks &walks, const SampleGrid &grid, long count);
+bool FindSamples(std::int32_t *places, SampleWalks &walks, const SampleGrid &grid, long count);
 
 }  // namespace qel::lines::plain
