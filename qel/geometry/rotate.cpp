@@ -234,40 +234,40 @@ class Plane {
   PMem m_memory;
 };
 
-/// Turns as many rows together as the walks hold.
+/// Turns as many rows together as the walks hold; a row of more sub-rows than walks takes several batches of them.
 class PlaneRotation {
  public:
   explicit PlaneRotation(const RotateJob &job)
       : m_job(job),
+        m_lSamples(job.samples),
         m_lWidth(job.target->GetImageWidth()),
-        m_lBytes(m_lWidth * job.channels),
         m_lSubRows(std::min<long>(job.samples, kWalks)),
-        m_lRows(kWalks / m_lSubRows) {}
+        m_lRows(kWalks / m_lSubRows),
+        m_lBatches((job.samples + kWalks - 1) / kWalks),
+        m_lRowBytes(job.target->GetLineBytes() + 4) {}
 
   int Run(const RotateSource &source) {
-    if (!Alloc() || !m_plane.Open(m_job, source)) return 0;
-    const long lHeight = m_job.target->GetImageHeight();
+    if (!m_rows.AllocMemory(GHND, static_cast<unsigned long>(m_lRows * m_lRowBytes))) return 0;
+    if (!m_plane.Open(m_job, source)) return 0;
+    const long lHeight = m_job.target->GetImageHeight(), lAtOnce = kPoints / m_lSamples;
     for (long r = 0; r < lHeight; r += m_lRows) {
-      if (m_job.samples > 1) std::fill_n(m_pdwSums, m_lRows * m_lBytes, 0U);
-      for (long s = 0; s < m_job.samples; s += m_lSubRows) Walk(r, s);
+      for (long b = 0; b < m_lBatches; ++b) StartWalks(r, b);
+      for (long c = 0; c < m_lWidth; c += lAtOnce) MakePixels(c, std::min(lAtOnce, m_lWidth - c));
       for (long i = 0; i < std::min(m_lRows, lHeight - r); ++i)
-        if (!Put(r + i, i)) return 0;
+        if (!m_job.target->PutHorLine(r + i, Row(i))) return 0;
     }
     return 1;
   }
 
  private:
   static constexpr long kPoints = 256;  // of each walk that are looked up together; their places stay in the cache
+  static constexpr long kMostBatches = 256 / kWalks;
 
-  bool Alloc() {
-    m_lRowBytes = m_job.target->GetLineBytes() + 4;
-    if (m_job.samples > 1) {
-      m_pdwSums = reinterpret_cast<std::uint32_t *>(
-          m_sums.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(m_lRows * m_lBytes) * sizeof(std::uint32_t)));
-      if (m_pdwSums == nullptr) return false;
-    }
-    m_pRows = m_rows.AllocMemory(GHND, static_cast<unsigned long>(m_lRows * m_lRowBytes));
-    return m_pRows != nullptr;
+  /// The walks along the sub-rows of the rows from lRow on; those that are left over go where others go.
+  void StartWalks(long lRow, long lBatch) {
+    const long lUsed = m_lRows * m_lSubRows;
+    for (long k = 0; k < kWalks; ++k)
+      StartWalk(m_job, lRow + k % lUsed / m_lSubRows, lBatch * kWalks + k % lUsed % m_lSubRows, m_walks[lBatch], k);
   }
 
   /// True when each walk stays on one side of the source for its next points, so clearly that no rounding matters.
@@ -286,60 +286,52 @@ class PlaneRotation {
     return !m_job.clamp;
   }
 
-  /// Walks along sub-rows lSubRow .. of the rows from lRow on.
-  void Walk(long lRow, long lSubRow) {
-    SampleWalks walks;
-    const long lUsed = m_lRows * m_lSubRows;
-    for (long k = 0; k < kWalks; ++k)  // walks that are left over go where others go
-      StartWalk(m_job, lRow + k % lUsed / m_lSubRows, lSubRow + k % lUsed % m_lSubRows, walks, k);
-    const long lSubRows = std::min(m_lSubRows, m_job.samples - lSubRow), lAtOnce = kPoints / m_job.samples;
-    for (long c = 0; c < m_lWidth; c += lAtOnce) MakePixels(c, std::min(lAtOnce, m_lWidth - c), lSubRows, walks);
-  }
-
-  /// The next lCount pixels of all rows, or what some of their sub-rows add to them.
-  void MakePixels(long c, long lCount, long lSubRows, SampleWalks &walks) {
+  /// The next lCount pixels of all rows.
+  void MakePixels(long c, long lCount) {
     namespace lines = qel::lines;
-    const long lPoints = lCount * m_job.samples;
-    const bool bOutside = IsFarOutside(walks, lPoints);
+    const long lPoints = lCount * m_lSamples, lAt = c * m_job.channels;
+    if (m_lBatches > 1) return AddPixels(Row(0) + lAt, lCount);
+    if (IsFarOutside(m_walks[0], lPoints)) {
+      lines::SkipSamples(m_walks[0], lPoints);
+      for (long i = 0; i < m_lRows; ++i) lines::FillBackground(Row(i) + lAt, m_plane.pixels, lCount);
+      return;
+    }
     std::int32_t places[kPoints * kWalks];
-    bool bAll = false;
-    if (bOutside)
-      lines::SkipSamples(walks, lPoints);
-    else
-      bAll = lines::FindSamples(places, walks, m_plane.grid, lPoints);
+    const bool bAll = lines::FindSamples(places, m_walks[0], m_plane.grid, lPoints);
     for (long i = 0; i < m_lRows; ++i) {
-      unsigned char *const pRow = Row(i) + c * m_job.channels;
-      std::uint32_t *const pdwSums = m_pdwSums + i * m_lBytes + c * m_job.channels;
-      const std::int32_t *const pFirst = places + i * m_lSubRows;
-      if (m_job.samples > 1 && bOutside)
-        lines::AddBackground(pdwSums, m_plane.pixels, lCount, lSubRows * m_job.samples);
-      else if (m_job.samples > 1)
-        lines::AddSamples(pdwSums, m_plane.pixels, pFirst, lCount, m_job.samples, lSubRows, bAll);
-      else if (bOutside)
-        lines::FillBackground(pRow, m_plane.pixels, lCount);
+      if (m_lSamples == 1)
+        lines::CopySamples(Row(i) + lAt, m_plane.pixels, places + i, lCount, bAll);
       else
-        lines::CopySamples(pRow, m_plane.pixels, pFirst, lCount, bAll);
+        lines::AverageSamples(Row(i) + lAt, m_plane.pixels, places + i * m_lSubRows, lCount, m_lSamples, bAll);
     }
   }
 
-  unsigned char *Row(long i) const { return m_pRows + i * m_lRowBytes; }
-
-  int Put(long lRow, long i) {
-    if (m_job.samples > 1)
-      DivideLine(Row(i), m_pdwSums + i * m_lBytes, m_lBytes, static_cast<std::uint32_t>(m_job.samples * m_job.samples));
-    return m_job.target->PutHorLine(lRow, Row(i));
+  /// The next lCount pixels of one row, batch by batch.
+  void AddPixels(unsigned char *pRow, long lCount) {
+    namespace lines = qel::lines;
+    const long lPoints = lCount * m_lSamples;
+    std::int32_t places[kPoints * kWalks];
+    std::uint32_t sums[kPoints / kWalks * 3] = {};
+    for (long b = 0; b < m_lBatches; ++b) {
+      const long lWalks = std::min<long>(kWalks, m_lSamples - b * kWalks);
+      const bool bAll = lines::FindSamples(places, m_walks[b], m_plane.grid, lPoints);
+      lines::AddSamples(sums, m_plane.pixels, places, lCount, m_lSamples, lWalks, bAll);
+    }
+    DivideLine(pRow, sums, lCount * m_job.channels, static_cast<std::uint32_t>(m_lSamples * m_lSamples));
   }
 
+  unsigned char *Row(long i) const { return m_rows.GetPointer() + i * m_lRowBytes; }
+
   const RotateJob &m_job;
+  long m_lSamples;
   long m_lWidth;
-  long m_lBytes;    // of a row
   long m_lSubRows;  // of a row that are walked along together
-  long m_lRows;
-  long m_lRowBytes = 0;  // between rows in memory
+  long m_lRows;     // turned together
+  long m_lBatches;
+  long m_lRowBytes;  // between rows in memory
   Plane m_plane;
-  PMem m_sums, m_rows;
-  std::uint32_t *m_pdwSums = nullptr;
-  unsigned char *m_pRows = nullptr;
+  PMem m_rows;
+  SampleWalks m_walks[kMostBatches];
 };
 
 /// The three forms of the rotation.

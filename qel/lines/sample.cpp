@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "qel/lines/run_fill.h"
 #include "qel/lines/sample_plain.h"
 
 namespace qel::lines {
@@ -96,40 +97,18 @@ void Copy(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *pl
   }
 }
 
-/// Sums of up to 257 colours: of blue and red from bits 8 and 24 on, of green from bit 16 on.
-struct ShortSums {
-  std::uint64_t blueAndRed = 0;
-  std::uint64_t green = 0;
-
-  void Add(std::uint64_t v) {
-    blueAndRed += v & 0xFF00FF00;
-    green += v & 0x00FF0000;
-  }
-
-  void AddTo(std::uint32_t *sums) const {
-    sums[0] += static_cast<std::uint32_t>(blueAndRed >> 8 & 0xFFFF);
-    sums[1] += static_cast<std::uint32_t>(green >> 16);
-    sums[2] += static_cast<std::uint32_t>(blueAndRed >> 24);
-  }
-};
-
-/// kSide: points and walks when they are known beforehand, which frees the pixel of its loops; else 0.
-template <bool kAll, long kSide>
+template <bool kAll>
 void Add(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
          long walks) {
-  constexpr long kMostPoints = 32;  // of eight walks, for short sums
-  if (kSide != 0) points = walks = kSide;
   for (long i = 0; i < count; ++i, sums += pixels.channels) {
-    for (long j = 0; j < points; j += kMostPoints) {
-      const std::int32_t *const end = places + kWalks * std::min(kMostPoints, points - j);
-      if (pixels.channels == 1) {
-        for (; places < end; places += kWalks)
-          for (long k = 0; k < walks; ++k) sums[0] += LoadLevel<kAll>(pixels, places[k]);
-      } else {
-        ShortSums some;
-        for (; places < end; places += kWalks)
-          for (long k = 0; k < walks; ++k) some.Add(LoadColor<kAll>(pixels, places[k]));
-        some.AddTo(sums);
+    for (const std::int32_t *const end = places + kWalks * points; places < end; places += kWalks) {
+      for (long k = 0; k < walks; ++k) {
+        if (pixels.channels == 1) {
+          sums[0] += LoadLevel<kAll>(pixels, places[k]);
+        } else {
+          const std::uint32_t v = LoadColor<kAll>(pixels, places[k]);
+          for (int c = 0; c < 3; ++c) sums[c] += v >> (8 * c + 8) & 0xFF;
+        }
       }
     }
   }
@@ -143,20 +122,24 @@ void CopySamples(unsigned char *dst, const SamplePixels &pixels, const std::int3
 
 void AddSamples(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
                 long walks, bool all) {
-  const auto add =
-      points == 2 && walks == 2 ? (all ? Add<true, 2> : Add<false, 2>) : (all ? Add<true, 0> : Add<false, 0>);
-  add(sums, pixels, places, count, points, walks);
+  (all ? Add<true> : Add<false>)(sums, pixels, places, count, points, walks);
+}
+
+void plain::AverageSamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count,
+                           long points, bool all) {
+  const auto number = static_cast<std::uint32_t>(points * points);
+  for (long i = 0; i < count; ++i, places += kWalks * points) {
+    std::uint32_t sums[3] = {};
+    lines::AddSamples(sums, pixels, places, 1, points, points, all);
+    for (int c = 0; c < pixels.channels; ++c) *dst++ = static_cast<unsigned char>(sums[c] / number);
+  }
 }
 
 void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count) {
-  for (long i = 0; i < count; ++i)
-    for (int c = 0; c < pixels.channels; ++c) *dst++ = static_cast<unsigned char>(pixels.background >> 8 * c);
-}
-
-void AddBackground(std::uint32_t *sums, const SamplePixels &pixels, long count, long samples) {
-  for (long i = 0; i < count; ++i)
-    for (int c = 0; c < pixels.channels; ++c)
-      *sums++ += (pixels.background >> 8 * c & 0xFF) * static_cast<std::uint32_t>(samples);
+  if (pixels.channels == 1)
+    std::memset(dst, static_cast<int>(pixels.background), static_cast<std::size_t>(count));
+  else
+    FillRunTrio(dst, pixels.background, static_cast<unsigned long>(count));
 }
 
 }  // namespace qel::lines

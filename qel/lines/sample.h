@@ -60,13 +60,16 @@ struct SamplePixels {
 /// One pixel a point: pixel i is that of places[8 i]. One byte behind a line of colours is written.
 void CopySamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, bool all);
 
-/// Adds to each pixel's sums (one a channel) `points` points of `walks` walks side by side: pixel i begins with
-/// places[8 i x points].
+/// Averages of points x points points, up to eight each way, walk by walk side by side: pixel i begins with
+/// places[8 i x points]. One byte behind a line of colours is written.
+void AverageSamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
+                    bool all);
+
+/// Adds to each pixel's sums (one a channel) `points` points of `walks` walks, in the same order.
 void AddSamples(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
                 long walks, bool all);
 
-/// `count` pixels of background, and as many whose sums it is added to `samples` times.
+/// `count` pixels of background.
 void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count);
-void AddBackground(std::uint32_t *sums, const SamplePixels &pixels, long count, long samples);
 
 }  // namespace qel::lines
