@@ -14,11 +14,11 @@ TEST(Compare, TellsEqualPicturesFromOthers) {
     EXPECT_EQ(status == 0 ? outcome.out : outcome.err, message);
   };
   test::SaveRandom(a, 0, 13, 9);
-  const test::Bytes bytes = test::ReadFile(a);
+  const std::string bytes = test::ReadFile(a);
   ASSERT_EQ(bytes.size(), 54u + 8 + 9 * 4);
 
   // Row padding and the file-size field are no part of the picture: 13 pixels leave 19 bits of each row.
-  test::Bytes other = bytes;
+  std::string other = bytes;
   for (std::size_t row = 62; row < other.size(); row += 4) {
     other[row + 1] = static_cast<char>(other[row + 1] ^ 0x07);
     other[row + 3] = static_cast<char>(~other[row + 3]);

@@ -6,7 +6,6 @@
 
 namespace {
 
-using test::Bytes;
 using test::Convert;
 using test::Load;
 using test::Qel;
@@ -21,10 +20,10 @@ const std::vector<std::vector<std::string>> kKeepings = {
 };
 
 /// The bytes of a bottom-up file with its rows in reverse and its height negative.
-Bytes TopDown(const Bytes &file, std::size_t height) {
+std::string TopDown(const std::string &file, std::size_t height) {
   const auto offset = static_cast<unsigned char>(file[10]) + 256u * static_cast<unsigned char>(file[11]);
   const std::size_t rowBytes = (file.size() - offset) / height;
-  Bytes result = file.substr(0, offset);
+  std::string result = file.substr(0, offset);
   const auto negative = static_cast<std::uint32_t>(-static_cast<int>(height));
   for (int i = 0; i < 4; ++i) result[22 + static_cast<std::size_t>(i)] = static_cast<char>(negative >> 8 * i);
   for (std::size_t y = height; y-- > 0;) result += file.substr(offset + y * rowBytes, rowBytes);
@@ -37,7 +36,7 @@ TEST(Convert, KeepsEveryByteInEveryStoreAndLayout) {
   for (int type = 0; type < 10; ++type) {
     constexpr long kHeight = 261;  // blocks are 256 pixels wide and high
     test::SaveRandom(from, type, 275, kHeight, static_cast<unsigned>(type));
-    const Bytes bytes = test::ReadFile(from);
+    const std::string bytes = test::ReadFile(from);
     ASSERT_GT(bytes.size(), 54u);
     for (auto options : kKeepings) {
       const auto outcome = Convert(from, to, options);

@@ -60,8 +60,8 @@ TEST(Turn, MovesEveryPixelOfEveryType) {
   ASSERT_TRUE(image.SaveDIB(place.from.c_str(), 0));
   ASSERT_EQ(place.Do({"turn", "left"}).status, 0);
   const auto info = Qel({"info", place.to}).out;
-  EXPECT_NE(info.find("7 x 10 pixels, top-down"), test::Bytes::npos) << info;
-  EXPECT_NE(info.find("2000 x 1000 dots"), test::Bytes::npos) << info;
+  EXPECT_NE(info.find("7 x 10 pixels, top-down"), std::string::npos) << info;
+  EXPECT_NE(info.find("2000 x 1000 dots"), std::string::npos) << info;
 }
 
 TEST(Resize, TakesPixelsPercentAndProportion) {
@@ -124,7 +124,7 @@ TEST(Rotate, TurnsByAnyAngle) {
     test::SaveRandom(place.from, type, 20, 10);
     ASSERT_EQ(place.Do({"rotate", "45", "--background", background}).status, 0);
     Load(place.to, result);
-    EXPECT_NE(Qel({"info", place.to}).out.find("3780 x 3780"), test::Bytes::npos);
+    EXPECT_NE(Qel({"info", place.to}).out.find("3780 x 3780"), std::string::npos);
   }
   for (const auto &wrong : std::vector<std::vector<std::string>>{{"rotate", "1.5"},
                                                                  {"rotate", "x"},

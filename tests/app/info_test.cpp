@@ -5,8 +5,7 @@
 
 namespace {
 
-using test::BmpHeader;
-using test::Bytes;
+using test::DibFile;
 using test::Qel;
 
 TEST(Info, TellsSizeTypePaletteResolutionStoreAndLayout) {
@@ -30,9 +29,9 @@ TEST(Info, TellsSizeTypePaletteResolutionStoreAndLayout) {
   // Blocks are stored whole: 256 x 256 bytes behind 60 of header and table.
   const auto kept = Qel({"info", "--store", "reserved", "--layout", "block", scratch / "a.bmp"});
   EXPECT_NE(kept.out.find("  store       reserved memory, 65596 bytes\n  layout      block, 12 bytes a row\n"),
-            Bytes::npos)
+            std::string::npos)
       << kept.out << kept.err;
-  EXPECT_NE(Qel({"info", "--store", "mapping", scratch / "a.bmp"}).out.find("named mapping"), Bytes::npos);
+  EXPECT_NE(Qel({"info", "--store", "mapping", scratch / "a.bmp"}).out.find("named mapping"), std::string::npos);
 }
 
 TEST(Info, TellsPalettesApart) {
@@ -57,40 +56,40 @@ TEST(Info, TellsPalettesApart) {
   std::size_t at = 0;
   for (int type = 0; type < 10; ++type) {
     at = outcome.out.find("  type        " + std::to_string(type) + " (", at);
-    ASSERT_NE(at, Bytes::npos) << type << '\n' << outcome.out;
+    ASSERT_NE(at, std::string::npos) << type << '\n' << outcome.out;
     at = outcome.out.find("palette     ", outcome.out.find('\n', at)) + 12;
     EXPECT_EQ(outcome.out.substr(at, outcome.out.find('\n', at) - at), palettes[type]) << type;
   }
 }
 
 TEST(Info, SaysInOneLineWhyAFileIsNotRead) {
-  const BmpHeader good;
   const auto With = [](auto change) {
-    BmpHeader header;
+    DibFile header;
+    header.bits = 24;
     change(header);
-    return header.Pack() + Bytes(8, '\0');
+    return Pack(header).substr(0, 54) + std::string(8, '\0');
   };
   struct Case {
     const char *reason;
-    Bytes bytes;
+    std::string bytes;
   };
   const Case cases[] = {
       {"is not a BMP file", ""},
       {"is not a BMP file", "GIF89a and more, enough bytes for every header that there is in such a file"},
-      {"is cut short within its headers", good.Pack().substr(0, 17)},
-      {"is cut short within its headers", good.Pack().substr(0, 53)},
-      {"is cut short within its headers", With([](BmpHeader &h) { h.bits = 4; })},
-      {"is cut short within its headers", With([](BmpHeader &h) { h.compression = 3, h.bits = 16; })},
-      {"is cut short within its headers", With([](BmpHeader &h) { h.headerBytes = 124; })},
-      {"has a header of 12 bytes, 40 at least are read", With([](BmpHeader &h) { h.headerBytes = 12; })},
-      {"holds compressed rows, which are not read", With([](BmpHeader &h) { h.compression = 1, h.bits = 8; })},
-      {"holds compressed rows, which are not read", With([](BmpHeader &h) { h.compression = 5; })},
-      {"has 2 bits a pixel, which is not read", With([](BmpHeader &h) { h.bits = 2, h.clrUsed = 1; })},
-      {"has no size: 0 x 1 pixels", With([](BmpHeader &h) { h.width = 0; })},
-      {"has no size: 1 x 0 pixels", With([](BmpHeader &h) { h.height = 0; })},
-      {"has a colour table of 257 entries, 256 at most are read", With([](BmpHeader &h) { h.clrUsed = 257; })},
-      {"has a file-size field of 0", With([](BmpHeader &h) { h.fileSize = 0; })},
-      {"out of memory", With([](BmpHeader &h) { h.width = h.height = 0x7FFFFFFF, h.bits = 48; })},
+      {"is cut short within its headers", Pack(DibFile()).substr(0, 17)},
+      {"is cut short within its headers", Pack(DibFile()).substr(0, 53)},
+      {"is cut short within its headers", With([](DibFile &h) { h.bits = 4; })},
+      {"is cut short within its headers", With([](DibFile &h) { h.compression = 3, h.bits = 16; })},
+      {"is cut short within its headers", With([](DibFile &h) { h.headerSize = 124; })},
+      {"has a header of 12 bytes, 40 at least are read", With([](DibFile &h) { h.headerSize = 12; })},
+      {"holds compressed rows, which are not read", With([](DibFile &h) { h.compression = 1, h.bits = 8; })},
+      {"holds compressed rows, which are not read", With([](DibFile &h) { h.compression = 5; })},
+      {"has 2 bits a pixel, which is not read", With([](DibFile &h) { h.bits = 2, h.clrUsed = 1; })},
+      {"has no size: 0 x 1 pixels", With([](DibFile &h) { h.width = 0; })},
+      {"has no size: 1 x 0 pixels", With([](DibFile &h) { h.height = 0; })},
+      {"has a colour table of 257 entries, 256 at most are read", With([](DibFile &h) { h.clrUsed = 257; })},
+      {"has a file-size field of 0", "BM" + std::string(4, '\0') + Pack(DibFile()).substr(6)},
+      {"out of memory", With([](DibFile &h) { h.width = h.height = 0x7FFFFFFF, h.bits = 48; })},
   };
   const test::Scratch scratch;
   const std::string path = scratch / "a.bmp";
@@ -121,7 +120,7 @@ TEST(Info, SaysWhatIsWrongWithAName) {
   test::SaveRandom(scratch / "good.bmp", 1, 2, 2);
   const auto both = Qel({"info", scratch / "none.bmp", scratch / "good.bmp"});
   EXPECT_EQ(both.status, 1);
-  EXPECT_NE(both.out.find("2 x 2 pixels"), Bytes::npos);
+  EXPECT_NE(both.out.find("2 x 2 pixels"), std::string::npos);
 }
 
 TEST(Usage, WrongUsageIsStatus2WithOneLine) {
@@ -141,12 +140,12 @@ TEST(Usage, WrongUsageIsStatus2WithOneLine) {
     EXPECT_EQ(outcome.err.rfind("qel: ", 0), 0u) << outcome.err;
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
   }
-  EXPECT_NE(Qel(wrong[5]).err.find("{memory,reserved,mapping}"), Bytes::npos);
+  EXPECT_NE(Qel(wrong[5]).err.find("{memory,reserved,mapping}"), std::string::npos);
   const auto help = Qel({"--help"});
   EXPECT_EQ(help.status, 0);
   for (const char *verb :
        {"info", "convert", "palette", "gallery", "resize", "turn", "rotate", "blur", "compare", "card", "scene"})
-    EXPECT_NE(help.out.find(verb), Bytes::npos);
+    EXPECT_NE(help.out.find(verb), std::string::npos);
 }
 
 }  // namespace

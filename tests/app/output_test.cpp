@@ -12,14 +12,13 @@
 
 namespace {
 
-using test::Bytes;
 using test::Qel;
 
 /// A folder with a picture to read, and an older picture in the place to write to.
 struct Place {
   test::Scratch scratch;
   std::string in = scratch / "in.bmp", folder = scratch / "place", out = scratch / "place/out.bmp";
-  Bytes before, after;
+  std::string before, after;
 
   Place() {
     test::SaveRandom(in, 1, 200, 100);
@@ -162,9 +161,10 @@ TEST(Output, LeavesTheOlderFileWhenTheDiskIsFull) {
 /// Ends `qel` while it writes; false when it was done, and well done, before that could be seen.
 bool InterruptWhileWriting(const Place &place) {
   // Rows that a file lacks read as 0, so a header alone makes a picture that takes a while to write.
-  test::BmpHeader header;
+  test::DibFile header;
+  header.bits = 24;
   header.width = header.height = 6000;
-  test::WriteFile(place.in, header.Pack());
+  test::WriteFile(place.in, Pack(header));
   const test::Scratch streams;
   const pid_t child = test::Start(streams, {QEL_PROGRAM, "convert", place.in, place.out, "--store", "reserved"});
   siginfo_t done{};

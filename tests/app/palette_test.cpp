@@ -8,7 +8,7 @@ using test::Qel;
 TEST(Palette, ComesBackFromTextAndPicture) {
   const test::Scratch scratch;
   const std::string text = scratch / "a.txt", copy = scratch / "b.txt", picture = scratch / "c.BMP";
-  const test::Bytes colours = "#ff0000\n#00fe00\n#0a0b0c\n";
+  const std::string colours = "#ff0000\n#00fe00\n#0a0b0c\n";
   test::WriteFile(text, "; three colours\n#\tred first\n\n  #ff0000 red\n00FE00\r\n \t\r\n#0a0b0c");
   EXPECT_EQ(Qel({"palette", text}).out, colours);
   ASSERT_EQ(Qel({"palette", text, "-o", copy}).out, "");
@@ -23,7 +23,7 @@ TEST(Palette, ComesBackFromTextAndPicture) {
   // On a terminal that knows colours they are shown as such.
   const auto shown = test::Run({"/usr/bin/script", "-qec", std::string(QEL_PROGRAM) + " palette " + text, "/dev/null"},
                                [] { setenv("COLORTERM", "truecolor", 1); });
-  EXPECT_NE(shown.out.find("\x1b[48;2;10;11;12m     \x1b[0m #0a0b0c"), test::Bytes::npos) << shown.out;
+  EXPECT_NE(shown.out.find("\x1b[48;2;10;11;12m     \x1b[0m #0a0b0c"), std::string::npos) << shown.out;
 }
 
 TEST(Palette, MakesOneForAPicture) {
@@ -53,7 +53,7 @@ TEST(Palette, SaysInOneLineWhatIsWrong) {
   }
   test::WriteFile(path, "#000000\n# nothing\n");
   Says("holds fewer than two colours");
-  test::Bytes many;
+  std::string many;
   for (int i = 0; i < 257; ++i) many += "#000000\n";
   test::WriteFile(path, many);
   Says("line 257 is colour 257, 256 at most are taken");

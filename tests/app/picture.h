@@ -3,35 +3,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
 #include <string>
 
 #include "app/support.h"
-#include "support/pixels.h"
+#include "fileio/dib_bytes.h"
 
 namespace test {
 
-/// The fields of a 54-byte header that decide whether a file is read.
-struct BmpHeader {
-  std::uint32_t fileSize = 54;
-  std::uint32_t headerBytes = 40;
-  std::int32_t width = 1, height = 1;
-  std::uint16_t bits = 24;
-  std::uint32_t compression = 0, clrUsed = 0;
-  std::uint32_t rowsOffset = 54;
-
-  Bytes Pack() const {
-    Bytes bytes = "BM";
-    const auto Put = [&bytes](std::uint64_t value, int count) {
-      for (int i = 0; i < count; ++i) bytes += static_cast<char>(value >> 8 * i);
-    };
-    Put(fileSize, 4), Put(0, 4), Put(rowsOffset, 4), Put(headerBytes, 4);
-    Put(static_cast<std::uint32_t>(width), 4), Put(static_cast<std::uint32_t>(height), 4);
-    Put(1, 2), Put(bits, 2), Put(compression, 4), Put(0, 4), Put(3780, 4), Put(3780, 4), Put(clrUsed, 4), Put(0, 4);
-    return bytes;
-  }
-};
+/// The bytes of a file to be, headers and tables alone.
+inline std::string Pack(const DibFile &file) {
+  const Bytes bytes = file.Build();
+  return {bytes.begin(), bytes.end()};
+}
 
 /// Saves a picture of random pixels of a type.
 inline void SaveRandom(const std::string &path, int type, long width, long height, unsigned seed = 1) {

@@ -1,58 +1,17 @@
-// Running programs as children, and scratch folders with files of given bytes.
+// Running programs as children.
 #pragma once
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "support/files.h"
+
 namespace test {
-
-using Bytes = std::string;
-
-inline Bytes ReadFile(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteFile(const std::string &path, const Bytes &bytes) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-/// A folder that goes with everything in it.
-class Scratch {
- public:
-  Scratch() {
-    std::string name = (std::filesystem::temp_directory_path() / "qel-test-XXXXXX").string();
-    m_folder = mkdtemp(name.data());
-  }
-  ~Scratch() { std::filesystem::remove_all(m_folder); }
-  Scratch(const Scratch &) = delete;
-  Scratch &operator=(const Scratch &) = delete;
-
-  std::string operator/(const std::string &name) const { return m_folder + "/" + name; }
-
-  /// Names in a folder inside, in order.
-  std::vector<std::string> List(const std::string &folder = "") const {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(*this / folder))
-      names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
- private:
-  std::string m_folder;
-};
 
 struct Outcome {
   int status;  // exit status; 128 + the signal's number for a child that a signal ended

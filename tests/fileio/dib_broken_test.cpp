@@ -76,7 +76,7 @@ void CheckAgainstFile(PQel &image, const Bytes &file, std::mt19937 &random) {
 
 TEST(BrokenDib, CutAtEveryByte) {
   std::mt19937 random(1);
-  ScratchFolder folder;
+  Scratch folder;
   for (int bits : {1, 8, 16, 24}) {
     for (std::int32_t height : {3, -3}) {
       DibFile dib = RandomDib(bits, 5, height, random);
@@ -107,7 +107,7 @@ TEST(BrokenDib, CutAtEveryByte) {
 
 TEST(BrokenDib, HeadersThatAreRefusedKeepTheImage) {
   std::mt19937 random(2);
-  ScratchFolder folder;
+  Scratch folder;
   const Bytes sound = RandomDib(8, 5, 3, random).Build();
   const struct {
     std::size_t at;
@@ -133,7 +133,7 @@ TEST(BrokenDib, HeadersThatAreRefusedKeepTheImage) {
 
 TEST(BrokenDib, SizesThatMakeNoImageLeaveItEmpty) {
   std::mt19937 random(4);
-  ScratchFolder folder;
+  Scratch folder;
   const struct {
     std::int32_t width, height;
     int bits;
@@ -155,7 +155,7 @@ TEST(BrokenDib, SizesThatMakeNoImageLeaveItEmpty) {
 
 TEST(BrokenDib, RowsOffsetMayPointAnywhere) {
   std::mt19937 random(8);
-  ScratchFolder folder;
+  Scratch folder;
   DibFile dib = RandomDib(24, 5, 3, random);
   for (std::uint32_t offset : {0u, 10u, 53u, 54u, 60u, 101u, 102u, 103u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
     SCOPED_TRACE(offset);
@@ -173,7 +173,7 @@ TEST(BrokenDib, RowsOffsetMayPointAnywhere) {
 
 TEST(BrokenDib, HugeDeclarationsCostNothing) {
   std::mt19937 random(12);
-  ScratchFolder folder;
+  Scratch folder;
   constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
   const std::pair<std::int32_t, std::int32_t> sizes[] = {{kMost, kMost}, {kMost, -kMost},    {kMost, 1},
                                                          {1, kMost},     {1 << 20, 1 << 20}, {1, 1 << 22}};
@@ -182,7 +182,7 @@ TEST(BrokenDib, HugeDeclarationsCostNothing) {
     for (const auto &[width, height] : sizes) {
       dib.width = width;
       dib.height = height;
-      SaveBytes(folder / "a.bmp", dib.Build());
+      WriteFile(folder / "a.bmp", dib.Build());
       for (int memFlags : {15, 1, 4, 8, 0x10F}) {
         for (int block : {0, 1}) {
           SCOPED_TRACE(testing::Message() << width << "x" << height << " of " << bits << " bits, flags " << memFlags
@@ -204,14 +204,14 @@ TEST(BrokenDib, HugeDeclarationsCostNothing) {
 
 TEST(BrokenDib, LargeImageOfASmallFileIsSparse) {
   std::mt19937 random(13);
-  ScratchFolder folder;
+  Scratch folder;
   for (std::int32_t height : {100000, -100000}) {
     DibFile dib = RandomDib(24, 100000, 1, random);
     dib.rows.resize(300000 + 1000);  // one row, 333 pixels and a third of one
     dib.height = height;
     const auto second = RandomBytes(1000, random);
     std::copy(second.begin(), second.end(), dib.rows.begin() + 300000);
-    SaveBytes(folder / "a.bmp", dib.Build());
+    WriteFile(folder / "a.bmp", dib.Build());
     for (const Keeping &way : {Keeping{15, 0, false}, {4, 1, false}, {0x104, 0, false}, {15, 1, false}}) {
       SCOPED_TRACE(testing::Message() << "flags " << way.memFlags << " block " << way.block);
       PQel image;
@@ -238,7 +238,7 @@ TEST(BrokenDib, LargeImageOfASmallFileIsSparse) {
 
 TEST(BrokenDib, EveryFieldAtItsExtremes) {
   std::mt19937 random(14);
-  ScratchFolder folder;
+  Scratch folder;
   const std::pair<std::size_t, int> fields[] = {{0, 2},  {2, 4},  {6, 4},  {10, 4}, {14, 4}, {18, 4}, {22, 4}, {26, 2},
                                                 {28, 2}, {30, 4}, {34, 4}, {38, 4}, {42, 4}, {46, 4}, {50, 4}};
   for (int bits : {1, 4, 16, 24}) {
@@ -263,7 +263,7 @@ TEST(BrokenDib, EveryFieldAtItsExtremes) {
 
 TEST(BrokenDib, RandomMutations) {
   std::mt19937 random(2024);
-  ScratchFolder folder;
+  Scratch folder;
   const int depths[] = {1, 4, 8, 16, 24, 32, 48};
   int served = 0;
   for (int turn = 0; turn < 2000; ++turn) {

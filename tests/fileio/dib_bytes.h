@@ -1,50 +1,19 @@
-// DIB files as bytes: a builder that takes any header, a naive parser, a folder for scratch files, pixels as RGB.
+// DIB files as bytes: a builder that takes any header, a naive parser, pixels as RGB.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "qel/image/image.h"
+#include "support/files.h"
 #include "support/pixels.h"
 
 namespace test {
 
 using Bytes = std::vector<unsigned char>;
-
-// Scratch files ------------------------------------------------------------------------------------------------------
-
-/// A folder that vanishes with its object.
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "qel-dib-XXXXXX").string();
-    if (mkdtemp(name.data())) path_ = name;
-  }
-  ~ScratchFolder() { std::filesystem::remove_all(path_); }
-  ScratchFolder(const ScratchFolder &) = delete;
-  ScratchFolder &operator=(const ScratchFolder &) = delete;
-  std::string operator/(const std::string &name) const { return (path_ / name).string(); }
-
- private:
-  std::filesystem::path path_;
-};
-
-inline Bytes LoadBytes(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
-inline void SaveBytes(const std::string &path, const Bytes &bytes) {
-  std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 // Building -----------------------------------------------------------------------------------------------------------
 
@@ -138,7 +107,7 @@ inline int ReadDib(PQel &image, const std::string &path, int memFlags = 15, int 
 }
 
 inline int ReadDib(PQel &image, const std::string &path, const Bytes &bytes, int memFlags = 15, int block = 0) {
-  SaveBytes(path, bytes);
+  WriteFile(path, bytes);
   return ReadDib(image, path, memFlags, block);
 }
 

@@ -27,7 +27,7 @@ class NamedDib : public testing::Test {
     return 1;
   }
 
-  ScratchFolder folder;
+  Scratch folder;
   PQel image;
 };
 
@@ -56,7 +56,7 @@ TEST_F(NamedDib, ExtensionIsAddedWhenAskedForAndTriedWhenMissing) {
 TEST_F(NamedDib, NamesThatCannotBeOpenedKeepTheImage) {
   const Bytes before = ToRgb(image);
   std::filesystem::create_directory(folder / "folder");
-  SaveBytes(folder / "empty.bmp", {});
+  WriteFile(folder / "empty.bmp", Bytes{});
   EXPECT_EQ(image.OpenDIBImage(""), 0);
   EXPECT_EQ(image.OpenDIBImage(static_cast<const char *>(nullptr)), 0);
   EXPECT_EQ(image.OpenDIBImage(static_cast<char *>(nullptr)), 0);
@@ -84,17 +84,17 @@ TEST_F(NamedDib, EmptyImageWritesAndCreatesNothing) {
   EXPECT_EQ(empty.SaveDIB((folder / "none.bmp").c_str(), 0), 0);
   EXPECT_FALSE(std::filesystem::exists(folder / "none.bmp"));
   ASSERT_EQ(image.SaveDIB((folder / "some.bmp").c_str(), 0), 1);
-  const Bytes before = LoadBytes(folder / "some.bmp");
+  const Bytes before = ReadFile<Bytes>(folder / "some.bmp");
   EXPECT_EQ(empty.SaveDIB((folder / "some.bmp").c_str(), 0), 0);
   CFile file;
   ASSERT_TRUE(file.Open((folder / "some.bmp").c_str(), CFile::modeReadWrite));
   EXPECT_EQ(empty.WriteDIBFile(file), 0);
   EXPECT_EQ(file.GetPosition(), 0u);
-  EXPECT_TRUE(LoadBytes(folder / "some.bmp") == before);
+  EXPECT_TRUE(ReadFile<Bytes>(folder / "some.bmp") == before);
 }
 
 TEST_F(NamedDib, LongerFileIsCutToTheImage) {
-  SaveBytes(folder / "a.bmp", Bytes(100000, 1));
+  WriteFile(folder / "a.bmp", Bytes(100000, 1));
   ASSERT_EQ(image.SaveDIB((folder / "a.bmp").c_str(), 0), 1);
   EXPECT_EQ(std::filesystem::file_size(folder / "a.bmp"), 14u + 40 + 1024 + 120);
 }
@@ -118,7 +118,7 @@ TEST_F(NamedDib, ExceptionsOfTheFilePassThrough) {
     }
   } file;
   std::mt19937 random(2);
-  SaveBytes(folder / "large.bmp", RandomDib(24, 1000, 400, random).Build());
+  WriteFile(folder / "large.bmp", RandomDib(24, 1000, 400, random).Build());
   ASSERT_TRUE(file.Open((folder / "large.bmp").c_str(), CFile::modeRead));
   PQel other;
   cause = CFileException::none;

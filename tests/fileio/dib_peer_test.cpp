@@ -47,7 +47,7 @@ TEST_P(Pictures, ShowWhatTheirNeighboursShow) {
     PQel image;
     ASSERT_EQ(image.OpenDIBImage(path.c_str()), IsRefused(stem) ? 0 : 1);
     if (IsRefused(stem)) continue;
-    const Bytes file = LoadBytes(path.string());
+    const Bytes file = ReadFile<Bytes>(path.string());
     EXPECT_EQ(image.GetBitCount(), static_cast<int>(Field(file, 28, 2)));
     EXPECT_EQ(image.GetBIH()->biHeight, static_cast<std::int32_t>(Field(file, 22, 4)));
     const std::uint32_t colours = Field(file, 46, 4);
@@ -73,13 +73,13 @@ Bytes ReadByPeer(const std::string &path, const std::string &scratch) {
   const std::string command =
       std::string("'") + QEL_PEER_CONVERT + "' 'bmp:" + path + "' -depth 8 'rgb:" + scratch + "'";
   EXPECT_EQ(std::system(command.c_str()), 0) << command;
-  return LoadBytes(scratch);
+  return ReadFile<Bytes>(scratch);
 }
 
 TEST(DibPeer, ReadsEveryTypeThatIsWritten) {
   if (!*QEL_PEER_CONVERT) GTEST_SKIP() << "ImageMagick is not installed (package imagemagick-6.q16)";
   std::mt19937 random(11);
-  ScratchFolder folder;
+  Scratch folder;
   for (int type = 0; type <= 8; ++type) {
     for (bool topDown : {false, true}) {
       for (int block : {0, 1}) {

@@ -18,7 +18,7 @@ Bytes WriteBehind(PQel &image, const std::string &path, std::size_t lead, std::s
   EXPECT_EQ(file.GetPosition(), file.GetLength());
   file.Write(other.data(), static_cast<UINT>(trail));
   file.Close();
-  return LoadBytes(path);
+  return ReadFile<Bytes>(path);
 }
 
 /// Holds the written bytes against the pixels and the image's own header and colour table.
@@ -66,7 +66,7 @@ class RoundTrip : public testing::TestWithParam<int> {};
 TEST_P(RoundTrip, EveryStoreLayoutAndRowOrder) {
   const int type = GetParam();
   std::mt19937 random(static_cast<unsigned>(type));
-  ScratchFolder folder;
+  Scratch folder;
   const std::tuple<long, long> sizes[] = {{1, 1}, {37, 13}, {301, 270}};
   std::size_t turn = 0;
   const std::vector<Keeping> keepings = AllKeepings();
@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(AllTypes, RoundTrip, testing::Range(0, 10));
 TEST(DibFile, ImageLargerThanTheRowBufferComesBackByteForByte) {
   enum Way { kStraight, kHooked, kBlocks };
   std::mt19937 random(7);
-  ScratchFolder folder;
+  Scratch folder;
   for (Way way : {kStraight, kHooked, kBlocks}) {
     for (long height : {700, -700}) {
       SCOPED_TRACE(testing::Message() << "way " << way << " height " << height);
@@ -126,14 +126,14 @@ TEST(DibFile, ImageLargerThanTheRowBufferComesBackByteForByte) {
       SetField(bytes, 26, 2, 1);
       SetField(bytes, 34, 4, static_cast<std::uint32_t>(dib.rows.size()));
       SetField(bytes, 50, 4, 0);
-      EXPECT_TRUE(LoadBytes(folder / "out.bmp") == bytes);
+      EXPECT_TRUE(ReadFile<Bytes>(folder / "out.bmp") == bytes);
     }
   }
 }
 
 TEST(DibFile, BeyondFourGigabytes) {
   std::mt19937 random(9);
-  ScratchFolder folder;
+  Scratch folder;
   const std::string path = folder / "large";
   constexpr LONGLONG kFar = (5LL << 30) + 3;
   PQel image, back;
@@ -162,10 +162,10 @@ void LogEvent(PQel *, int event, long x0, long y0, long x1, long y1, unsigned ch
 
 TEST(DibFile, HookHearsOfEveryRowInFileOrder) {
   std::mt19937 random(5);
-  ScratchFolder folder;
+  Scratch folder;
   for (long height : {5, -5}) {
     const Bytes bytes = RandomDib(8, 6, height, random).Build();
-    SaveBytes(folder / "a.bmp", bytes);
+    WriteFile(folder / "a.bmp", bytes);
     PQel image;
     image.SetHookProc(LogEvent);
     events.clear();
@@ -189,8 +189,8 @@ TEST(DibFile, HookHearsOfEveryRowInFileOrder) {
 
 TEST(DibFile, UndoStartsWithThePixelsIn) {
   std::mt19937 random(6);
-  ScratchFolder folder;
-  SaveBytes(folder / "a.bmp", RandomDib(24, 50, 40, random).Build());
+  Scratch folder;
+  WriteFile(folder / "a.bmp", RandomDib(24, 50, 40, random).Build());
   for (int memFlags : {1, 4, 8}) {
     CFile file;
     ASSERT_TRUE(file.Open((folder / "a.bmp").c_str(), CFile::modeRead));
@@ -207,7 +207,7 @@ TEST(DibFile, UndoStartsWithThePixelsIn) {
 
 TEST(DibFile, SixteenBitLayoutIsToldByCompressionAndRedMask) {
   std::mt19937 random(16);
-  ScratchFolder folder;
+  Scratch folder;
   const struct {
     int bits;
     std::uint32_t compression, redMask;
@@ -235,7 +235,7 @@ TEST(DibFile, SixteenBitLayoutIsToldByCompressionAndRedMask) {
 
 TEST(DibFile, ColourTablesOfAnyLengthStayWithTheImage) {
   std::mt19937 random(3);
-  ScratchFolder folder;
+  Scratch folder;
   for (int bits : {1, 4, 8, 16, 24, 32, 48}) {
     for (std::uint32_t colours : {1u, 2u, 5u, 16u, 256u}) {
       SCOPED_TRACE(testing::Message() << bits << " bits, " << colours << " colours");
