@@ -7,7 +7,7 @@
 
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
-#include "qel/platform/kernel/fault_guard.h"
+#include "qel/mem/store_access.h"
 #include "qel/platform/kernel/global_memory.h"
 
 namespace {
@@ -63,18 +63,6 @@ RowRule FindRule(int nKey) {
   }
 }
 
-/// The two stores of a row that is made in place: a fault is the affair of the one that it lies in.
-struct StorePair {
-  PMem *pDst;
-  PMem *pSrc;
-};
-
-int FilterFault(void *pPair, EXCEPTION_POINTERS *pFault) {
-  const StorePair &pair = *static_cast<StorePair *>(pPair);
-  const int nAnswer = pair.pDst->ExpFilter(pFault);
-  return nAnswer == EXCEPTION_CONTINUE_EXECUTION ? nAnswer : pair.pSrc->ExpFilter(pFault);
-}
-
 }  // namespace
 
 int PQel::ConvertImage(PQel *pSrc, int, int nThreshold, int) {
@@ -111,16 +99,16 @@ int PQel::ConvertImage(PQel *pSrc, int, int nThreshold, int) {
 
   const bool bUnseen = m_pfnHook == nullptr && pSrc->m_pfnHook == nullptr && m_pMem->GetMirrorMem() == nullptr;
   if (bUnseen && !m_bBlock && !pSrc->m_bBlock && !pSrc->m_bRepeat) {
-    StorePair stores = {m_pMem, pSrc->m_pMem};
+    qel::mem::StoreGroup stores = {{m_pMem, pSrc->m_pMem}};
     const long lUsed = (lWidth * GetBitCount() + 7) / 8;
     const std::size_t padding = nKey % 11 == 0 ? 0 : static_cast<std::size_t>(lDstBytes - lUsed);
     for (long y = m_lHeight - 1; y >= 0; --y) {
       unsigned char *const pFrom =
-          stores.pSrc->CommitMemory(pSrc->xGetRowOffset(0, y), static_cast<unsigned long>(lSrcBytes));
-      unsigned char *const pTo = stores.pDst->CommitMemory(xGetRowOffset(0, y), static_cast<unsigned long>(lDstBytes));
+          pSrc->m_pMem->CommitMemory(pSrc->xGetRowOffset(0, y), static_cast<unsigned long>(lSrcBytes));
+      unsigned char *const pTo = m_pMem->CommitMemory(xGetRowOffset(0, y), static_cast<unsigned long>(lDstBytes));
       if (pFrom == nullptr || pTo == nullptr) continue;
       InvalidateLine(0, lWidth - 1, y);
-      qel::kernel::Guarded(FilterFault, &stores, [=] {
+      qel::mem::AccessStores(stores, [=] {
         makeRow(pTo, pFrom);
         std::memset(pTo + lUsed, 0, padding);
       });

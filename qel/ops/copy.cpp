@@ -1,8 +1,7 @@
 // Copies between images of one format: the whole image with its palette, or a rectangle, also within one image.
 
-#include <algorithm>
-
 #include "qel/image/image.h"
+#include "qel/ops/copy_area.h"
 
 namespace {
 
@@ -14,26 +13,6 @@ struct StorageOrder {
       : first(image.GetBIH()->biHeight < 0 ? 0 : image.GetImageHeight() - 1),
         step(image.GetBIH()->biHeight < 0 ? 1 : -1) {}
 };
-
-/// A rectangle with room for sums of 32-bit coordinates.
-struct WideRect {
-  long left;
-  long top;
-  long right;
-  long bottom;
-  explicit WideRect(const RECT &rc) : left(rc.left), top(rc.top), right(rc.right), bottom(rc.bottom) {}
-  long Width() const { return right - left; }
-  long Height() const { return bottom - top; }
-  bool IsEmpty() const { return left >= right || top >= bottom; }
-  bool IsInside(long width, long height) const { return left >= 0 && top >= 0 && right <= width && bottom <= height; }
-};
-
-/// Moves a negative start to 0 and its counterpart by as much.
-void ClipStart(long &start, long &counterpart) {
-  if (start >= 0) return;
-  counterpart -= start;
-  start = 0;
-}
 
 }  // namespace
 
@@ -65,32 +44,14 @@ int PQel::CopyImage(PQel *pSrc) {
 
 int PQel::CopyRect(PQel *pSrc, POINT *pPoint, RECT *pRect) {
   if (pSrc == nullptr || IsEmpty() || pSrc->GetBitCount() != GetBitCount()) return 0;
-  long x = pPoint ? pPoint->x : 0, y = pPoint ? pPoint->y : 0;
-  const long lSrcWidth = pSrc->GetImageWidth(), lSrcHeight = pSrc->m_lHeight;
-  WideRect s(pRect ? *pRect : RECT{0, 0, static_cast<LONG>(lSrcWidth), static_cast<LONG>(lSrcHeight)});
+  const auto [s, x, y, bClip] = qel::ops::FindCopyArea(*this, *pSrc, pPoint, pRect);
   if (s.IsEmpty()) return 1;
-
-  WideRect d(s);
-  d.left = x, d.top = y, d.right = x + s.Width(), d.bottom = y + s.Height();
-  const bool bClip = (!pSrc->m_bRepeat && !s.IsInside(lSrcWidth, lSrcHeight)) ||
-                     (!m_bRepeat && !d.IsInside(GetImageWidth(), m_lHeight));
-  if (bClip) {
-    ClipStart(x, s.left);
-    ClipStart(y, s.top);
-    ClipStart(s.left, x);
-    ClipStart(s.top, y);
-    s.right = std::min(s.right, lSrcWidth);
-    s.bottom = std::min(s.bottom, lSrcHeight);
-    if (x >= GetImageWidth() || y >= m_lHeight || s.IsEmpty()) return 1;
-    s.right = std::min(s.right, s.left + GetImageWidth() - x);
-    s.bottom = std::min(s.bottom, s.top + m_lHeight - y);
-  }
-
   PMem line;
   if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(s.Width() * GetBitCount() / 8 + 8))) return 0;
   unsigned char *const pLine = line.GetPointer();
   const bool bDownwards = pSrc == this && s.top > y;  // so that rows are read before they are overwritten
-  const bool bWholeRows = bClip && !bDownwards && GetImageWidth() == lSrcWidth && s.left == 0 && s.right == lSrcWidth;
+  const bool bWholeRows =
+      bClip && !bDownwards && s.left == 0 && s.right == GetImageWidth() && pSrc->GetImageWidth() == GetImageWidth();
   for (long i = 0; i < s.Height(); ++i) {
     const long lRow = bDownwards ? i : s.Height() - 1 - i;
     if (bWholeRows) {
