@@ -134,7 +134,7 @@ int RotateByPixels(const RotateJob &job) {
           if (job.channels == 1) {
             pdwSums[c] += static_cast<std::uint32_t>(v);
           } else {
-            for (int k = 0; k < 3; ++k) pdwSums[c + k] += v >> 8 * k & 0xFF;
+            for (int k = 0; k < 3; ++k) pdwSums[c + k] += static_cast<std::uint32_t>(v >> 8 * k) & 0xFF;
           }
         }
       }

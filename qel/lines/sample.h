@@ -60,7 +60,7 @@ struct SamplePixels {
 /// One pixel a point: pixel i is that of places[8 i]. One byte behind a line of colours is written.
 void CopySamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, bool all);
 
-/// Averages of points x points points, up to eight each way, walk by walk side by side: pixel i begins with
+/// Averages of points x points points, two to eight each way, walk by walk side by side: pixel i begins with
 /// places[8 i x points]. One byte behind a line of colours is written.
 void AverageSamples(unsigned char *dst, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
                     bool all);

@@ -6,9 +6,12 @@
 #include <array>
 #include <climits>
 #include <cmath>
+#include <cstring>
 
+#include "qel/lines/sample_plain.h"
 #include "support/pixels.h"
 #include "support/probe.h"
+#include "support/targets.h"
 
 namespace {
 
@@ -118,6 +121,39 @@ TEST_F(Rotation, EverySourceAndSampleCount) {
         for (const int samples : {1, 2, 3, 5, 9}) Check(source, angle, samples, form);
     }
   }
+}
+
+TEST_F(Rotation, SamplesLikePlainOnesOnEveryVectorWidth) {
+  namespace lines = qel::lines;
+  constexpr long kWidth = 31, kHeight = 17, kPixels = 40;
+  std::vector<unsigned char> picture(1 + 3 * kWidth * kHeight);  // the first byte is read with the first pixel
+  for (auto &b : picture) b = static_cast<unsigned char>(random() % 3 ? random() : 255);
+  test::ForEachTarget([&] {
+    for (int round = 0; round < 400; ++round) {
+      const bool clamp = round % 2, flipped = round % 3 == 0;
+      const long points = 2 + round % 7, row = 3 * kWidth, left = -static_cast<long>(random() % kWidth);
+      const long top = -static_cast<long>(random() % kHeight);
+      const lines::SampleGrid grid = {left, left + kWidth - 1, top, top + kHeight - 1, flipped ? -row : row, 3, clamp};
+      const lines::SamplePixels pixels = {
+          picture.data() + 1 - (flipped ? top + kHeight - 1 : top) * grid.rowBytes - 3 * left, 3, 0xFF00FFU};
+      lines::SampleWalks walks;
+      const auto place = [&] { return static_cast<double>(static_cast<int>(random() % 4001) - 2000) / 100; };
+      for (int k = 0; k < lines::kWalks; ++k) walks.x[k] = place(), walks.y[k] = place();
+      walks.stepX = place() / 100, walks.stepY = round % 5 ? place() / 100 : 0;
+      lines::SampleWalks plainWalks = walks;
+
+      std::vector<std::int32_t> places(lines::kWalks * kPixels * points), expected = places;
+      const bool all = lines::FindSamples(places.data(), walks, grid, kPixels * points);
+      ASSERT_EQ(all, lines::plain::FindSamples(expected.data(), plainWalks, grid, kPixels * points));
+      ASSERT_EQ(places, expected);
+      ASSERT_EQ(std::memcmp(&walks, &plainWalks, sizeof walks), 0);
+      std::vector<unsigned char> average(3 * kPixels + 1), plainAverage(3 * kPixels + 1);
+      lines::AverageSamples(average.data(), pixels, places.data(), kPixels, points, all);
+      lines::plain::AverageSamples(plainAverage.data(), pixels, places.data(), kPixels, points, all);
+      average.back() = 0;
+      ASSERT_EQ(average, plainAverage) << points << " points each way";
+    }
+  });
 }
 
 TEST_F(Rotation, RepeatingAndWatchedSources) {

@@ -10,8 +10,10 @@
 #include <functional>
 #include <numeric>
 
+#include "qel/lines/gaussian_plain.h"
 #include "support/pixels.h"
 #include "support/probe.h"
+#include "support/targets.h"
 
 namespace {
 
@@ -245,6 +247,71 @@ TEST_F(Blur, LineFiltersWithEdges) {
       }
     }
   }
+}
+
+// Quick filters on every vector width --------------------------------------------------------------------------------
+
+using Line = std::vector<unsigned char>;
+
+TEST_F(Blur, QuickFiltersLikePlainOnes) {
+  namespace lines = qel::lines;
+  const auto noise = [this](long n) {
+    Line line(static_cast<std::size_t>(n));
+    for (auto &v : line) v = static_cast<unsigned char>(random() % 4 ? random() : 255);
+    return line;
+  };
+  test::ForEachTarget([&] {
+    for (long count = 0; count < 3000; count += count < 150 ? 1 : 1201) {
+      const int n = count % 5 ? 2 * static_cast<int>(random() % 61) + 1 : 121;
+      const long stride = count % 2 ? 3 : 1;
+      std::vector<int> weights(static_cast<std::size_t>(n));
+      for (int &w : weights) w = static_cast<int>(random() % static_cast<unsigned>(4096 / n + 1));
+      weights[0] += std::accumulate(weights.begin(), weights.end(), 0) == 0;
+      lines::SmoothKernel kernel;
+      lines::MakeKernel(kernel, weights.data(), n);
+
+      const Line in = noise(count + (n - 1) * stride);
+      Line out(static_cast<std::size_t>(count)), expected = out;
+      lines::SmoothRow(out.data(), in.data(), count, stride, kernel);
+      lines::plain::SmoothRow(expected.data(), in.data(), count, stride, kernel);
+      ASSERT_EQ(out, expected) << "row of " << count << ", " << n << " taps";
+
+      std::vector<Line> pairs, rows(4, out), expectedRows = rows;
+      std::vector<unsigned char *> pairPointers, rowPointers, expectedPointers;
+      for (int p = 0; p < kernel.PairsAtOnce(); ++p) {
+        const Line a = noise(count), b = noise(count);
+        pairs.emplace_back(static_cast<std::size_t>(2 * count));
+        lines::ZipRows(pairs.back().data(), a.data(), b.data(), count);
+        for (std::size_t i = 0; i < a.size(); ++i)
+          ASSERT_TRUE(pairs.back()[2 * i] == a[i] && pairs.back()[2 * i + 1] == b[i]);
+      }
+      for (auto &pair : pairs) pairPointers.push_back(pair.data());
+      for (auto &row : rows) rowPointers.push_back(row.data());
+      for (auto &row : expectedRows) expectedPointers.push_back(row.data());
+      lines::SmoothColumns(rowPointers.data(), pairPointers.data(), count, kernel);
+      lines::plain::SmoothColumns(expectedPointers.data(), pairPointers.data(), 0, count, kernel);
+      ASSERT_EQ(rows, expectedRows) << "columns of " << count << ", " << n << " taps";
+    }
+  });
+}
+
+TEST_F(Blur, QuotientsAreExactForEveryDivisor) {
+  Line in, expected;
+  for (int q = 1; q < 256; ++q) {  // sums of q d - 1 and q d
+    const auto v = static_cast<unsigned char>(q), less = static_cast<unsigned char>(q - 1);
+    in.insert(in.end(), {less, v, v, v});
+    expected.insert(expected.end(), {less, v});
+  }
+  test::ForEachTarget([&] {
+    for (int d = 3; d <= 4096; ++d) {
+      const int weights[] = {1, d - 2, 1};
+      qel::lines::SmoothKernel kernel;
+      qel::lines::MakeKernel(kernel, weights, 3);
+      Line out(in.size() - 2);
+      qel::lines::SmoothRow(out.data(), in.data(), static_cast<long>(out.size()), 1, kernel);
+      for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(out[i / 2 * 4 + i % 2], expected[i]) << d;
+    }
+  });
 }
 
 TEST_F(Blur, SlantMovesByAPartOfAPixel) {
