@@ -1,13 +1,14 @@
 // Coverage blends in vectors (Highway): the bytes of a line against a colour that repeats every three vectors.
 //
-// A row of full weight over a base that is the line itself is v' = floor((7 v + c + 3) / 8), three nested averages of
-// bytes, each with v: no step leaves 8 bits. Averages of vectors round up, so they are taken of complements. Over a
-// base of its own every full row adds the same amount, so that several are one addition after the first.
+// A row of full weight over a base that is the line itself is v' = v + floor((c + 3 - v) / 8). What is left of the way,
+// w = c + 3 - v, so goes down by floor(w / 8) a row, whatever the colour: a shift and a difference in 16-bit lanes.
+// Over a base of its own every full row adds the same amount, so that several are one addition after the first.
 
 #include "qel/lines/coverage.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "qel/lines/coverage.cpp"
@@ -35,10 +36,10 @@ inline unsigned char Blend(unsigned char v, unsigned char o, unsigned char c, in
       std::clamp(moved, static_cast<int>(std::min(o, c)), static_cast<int>(std::max(o, c))));
 }
 
-/// Bytes from `first` on, `rows` times; each row finds its base in `base`, or in the line when that is the same.
+/// `rows` times; each row finds its base in `base`, or in the line when that is the same.
 inline void Cover(unsigned char *line, const unsigned char *base, const LineColor &color, int weight, int rows,
-                  long first, long bytes) {
-  for (long i = first; i < bytes; ++i)
+                  long bytes) {
+  for (long i = 0; i < bytes; ++i)
     for (int r = 0; r < rows; ++r) line[i] = Blend(line[i], base[i], color.bytes[i % 3], weight);
 }
 
@@ -62,9 +63,9 @@ struct BlendStep {
 struct RowsStep {
   explicit RowsStep(int) {}
 };
-struct MovingRowsStep {
-  explicit MovingRowsStep(int) {}
-};
+long MoveRows(unsigned char *, const LineColor &, int, long) {
+  return 0;
+}
 
 #else
 
@@ -74,31 +75,30 @@ using Bytes = hn::ScalableTag<std::uint8_t>;
 using Words = hn::Repartition<std::uint16_t, Bytes>;
 using SignedWords = hn::Repartition<std::int16_t, Bytes>;
 
-/// Takes as many whole groups of three vectors as there are through the rounds of `step`; Turn brings them into its
-/// form and back. Returns the bytes done.
+/// The colour of the pixels of three vectors.
+struct ColorVectors {
+  hn::Vec<Bytes> c0, c1, c2;
+  explicit ColorVectors(const LineColor &color) {
+    const Bytes d;
+    const long lanes = static_cast<long>(hn::Lanes(d));
+    HWY_ALIGN unsigned char pattern[3 * HWY_MAX_BYTES];
+    for (long i = 0; i < 3 * lanes; ++i) pattern[i] = color.bytes[i % 3];
+    c0 = hn::Load(d, pattern), c1 = hn::Load(d, pattern + lanes), c2 = hn::Load(d, pattern + 2 * lanes);
+  }
+};
+
+/// Takes as many whole groups of three vectors as there are through `step`; returns the bytes done.
 template <class Step>
 long ForVectors(unsigned char *line, const unsigned char *base, const LineColor &color, long bytes, Step step) {
   const Bytes d;
   const long lanes = static_cast<long>(hn::Lanes(d));
-  HWY_ALIGN unsigned char pattern[3 * HWY_MAX_BYTES];
-  for (long i = 0; i < 3 * lanes; ++i) pattern[i] = color.bytes[i % 3];
-  const auto c0 = step.Prepare(hn::Load(d, pattern)), c1 = step.Prepare(hn::Load(d, pattern + lanes)),
-             c2 = step.Prepare(hn::Load(d, pattern + 2 * lanes));
+  const ColorVectors colors(color);
   long i = 0;
   for (; i + 3 * lanes <= bytes; i += 3 * lanes) {
-    auto v0 = hn::LoadU(d, line + i), v1 = hn::LoadU(d, line + i + lanes), v2 = hn::LoadU(d, line + i + 2 * lanes);
-    const auto o0 = hn::LoadU(d, base + i), o1 = hn::LoadU(d, base + i + lanes),
-               o2 = hn::LoadU(d, base + i + 2 * lanes);
-    step.Turn(v0, v1, v2);
-    for (int r = 0; r < step.rounds; ++r) {  // side by side: each is a chain of dependent operations
-      v0 = step(v0, o0, c0);
-      v1 = step(v1, o1, c1);
-      v2 = step(v2, o2, c2);
-    }
-    step.Turn(v0, v1, v2);
-    hn::StoreU(v0, d, line + i);
-    hn::StoreU(v1, d, line + i + lanes);
-    hn::StoreU(v2, d, line + i + 2 * lanes);
+    const auto move = [&](long at, hn::Vec<Bytes> c) {
+      hn::StoreU(step(hn::LoadU(d, line + at), hn::LoadU(d, base + at), c), d, line + at);
+    };
+    move(i, colors.c0), move(i + lanes, colors.c1), move(i + 2 * lanes, colors.c2);
   }
   return i;
 }
@@ -118,11 +118,8 @@ inline V Merge(W even, W odd) {
 
 /// One row of any weight of magnitude 64 and below.
 struct BlendStep {
-  static constexpr int rounds = 1;
   W weight;
   explicit BlendStep(int w) : weight(hn::Set(SignedWords(), static_cast<std::int16_t>(w))) {}
-  V Prepare(V c) const { return c; }
-  void Turn(V &, V &, V &) const {}
   W Half(W v, W o, W c) const {
     const W amount = hn::ShiftRight<8>(hn::Add(hn::Mul(hn::Sub(c, o), weight), hn::Set(SignedWords(), 127)));
     return hn::Min(hn::Max(hn::Add(v, amount), hn::Min(o, c)), hn::Max(o, c));
@@ -132,11 +129,8 @@ struct BlendStep {
 
 /// Full rows over a base of its own.
 struct RowsStep {
-  static constexpr int rounds = 1;
   W more;  // rows after the first
   explicit RowsStep(int rows) : more(hn::Set(SignedWords(), static_cast<std::int16_t>(rows - 1))) {}
-  V Prepare(V c) const { return c; }
-  void Turn(V &, V &, V &) const {}
   W Half(W v, W o, W c) const {
     const W amount = hn::ShiftRight<3>(hn::Add(hn::Sub(c, o), hn::Set(SignedWords(), 3)));
     const W low = hn::Min(o, c), high = hn::Max(o, c);
@@ -146,43 +140,75 @@ struct RowsStep {
   V operator()(V v, V o, V c) const { return Merge(Half(Even(v), Even(o), Even(c)), Half(Odd(v), Odd(o), Odd(c))); }
 };
 
-/// Full rows over the line itself. c + 3 may pass a byte, so that the innermost average takes c + 1 (or 254) and adds
-/// 1 (or 2) afterwards.
-struct MovingRowsStep {
-  struct Color {
-    V other, add;
-  };
-  int rounds;
-  explicit MovingRowsStep(int rows) : rounds(rows) {}
-  void Turn(V &v0, V &v1, V &v2) const {
-    const auto all = hn::Set(Bytes(), 0xFF);
-    v0 = hn::Xor(v0, all), v1 = hn::Xor(v1, all), v2 = hn::Xor(v2, all);
-  }
-  Color Prepare(V c) const {
-    const Bytes d;
-    const auto isTop = hn::Eq(c, hn::Set(d, 255));
-    const auto other = hn::IfThenElse(isTop, hn::Set(d, 254), hn::Add(c, hn::Set(d, 1)));
-    return {hn::Xor(other, hn::Set(d, 0xFF)), hn::IfThenElse(isTop, hn::Set(d, 2), hn::Set(d, 1))};
-  }
-  V operator()(V u, V, const Color &c) const {
-    const V inner = hn::SaturatedSub(hn::AverageRound(u, c.other), c.add);
-    return hn::AverageRound(u, hn::AverageRound(u, inner));
-  }
+/// What is left of the way of a vector's bytes.
+struct Ways {
+  W even, odd;
+  Ways(V v, V end) : even(hn::Sub(Even(end), Even(v))), odd(hn::Sub(Odd(end), Odd(v))) {}
+  void Go() { even = hn::Sub(even, hn::ShiftRight<3>(even)), odd = hn::Sub(odd, hn::ShiftRight<3>(odd)); }
+  V From(V end) const { return Merge(hn::Sub(Even(end), even), hn::Sub(Odd(end), odd)); }
 };
+
+/// Full rows over the line itself, for whole groups of three vectors; returns the bytes done.
+long MoveRows(unsigned char *line, const LineColor &color, int rows, long bytes) {
+  const Bytes d;
+  const long lanes = static_cast<long>(hn::Lanes(d));
+  const ColorVectors c(color);
+  const auto three = hn::Set(SignedWords(), 3);
+  const auto start = [&](long at, V end) {
+    Ways ways(hn::LoadU(d, line + at), end);
+    ways.even = hn::Add(ways.even, three), ways.odd = hn::Add(ways.odd, three);
+    return ways;
+  };
+  const auto finish = [&](long at, Ways ways, V end) {
+    ways.even = hn::Sub(ways.even, three), ways.odd = hn::Sub(ways.odd, three);
+    hn::StoreU(ways.From(end), d, line + at);
+  };
+  long i = 0;
+  for (; i + 3 * lanes <= bytes; i += 3 * lanes) {
+    Ways w0 = start(i, c.c0), w1 = start(i + lanes, c.c1), w2 = start(i + 2 * lanes, c.c2);
+    for (int r = 0; r < rows; ++r) w0.Go(), w1.Go(), w2.Go();  // side by side: each is a chain
+    finish(i, w0, c.c0), finish(i + lanes, w1, c.c1), finish(i + 2 * lanes, w2, c.c2);
+  }
+  return i;
+}
 
 #endif
 
+/// What `move` leaves of a line, fewer bytes than three vectors: through a buffer of that length, since byte by byte
+/// the rows of a pixel would wait for each other.
+template <class Move>
+void MoveRest(unsigned char *line, const unsigned char *base, long bytes, Move move) {
+  unsigned char pixels[3 * HWY_MAX_BYTES], other[3 * HWY_MAX_BYTES] = {};
+  std::memcpy(pixels, line, static_cast<std::size_t>(bytes));
+  if (base != line) std::memcpy(other, base, static_cast<std::size_t>(bytes));
+  std::memset(pixels + bytes, 0, sizeof pixels - static_cast<std::size_t>(bytes));
+  move(pixels, base != line ? other : pixels, static_cast<long>(sizeof pixels));
+  std::memcpy(line, pixels, static_cast<std::size_t>(bytes));
+}
+
+/// All bytes through `move`, which returns how many of them it took.
+template <class Move>
+bool MoveAll(unsigned char *line, const unsigned char *base, long bytes, Move move) {
+  if (HWY_TARGET == HWY_SCALAR) return false;
+  const long done = move(line, base, bytes);
+  if (done < bytes) MoveRest(line + done, base + done, bytes - done, move);
+  return true;
+}
+
 void Blend(unsigned char *line, const unsigned char *base, const LineColor &color, int weight, long bytes) {
   const bool fits = weight >= -64 && weight <= 64;  // 16-bit lanes hold the products
-  const long done = fits ? ForVectors(line, base, color, bytes, BlendStep(weight)) : 0;
-  plain::Cover(line, base, color, weight, 1, done, bytes);
+  if (!fits || !MoveAll(line, base, bytes, [&](unsigned char *to, const unsigned char *from, long n) {
+        return ForVectors(to, from, color, n, BlendStep(weight));
+      }))
+    plain::Cover(line, base, color, weight, 1, bytes);
 }
 
 void CoverRows(unsigned char *line, const unsigned char *base, const LineColor &color, int rows, long bytes) {
-  const long done = base == line ? ForVectors(line, base, color, bytes, MovingRowsStep(rows))
-                    : rows <= 64 ? ForVectors(line, base, color, bytes, RowsStep(rows))
-                                 : 0;
-  plain::Cover(line, base, color, 32, rows, done, bytes);
+  const bool fits = rows <= 64;
+  if (!fits || !MoveAll(line, base, bytes, [&](unsigned char *to, const unsigned char *from, long n) {
+        return from == to ? MoveRows(to, color, rows, n) : ForVectors(to, from, color, n, RowsStep(rows));
+      }))
+    plain::Cover(line, base, color, 32, rows, bytes);
 }
 
 }  // namespace qel::lines::HWY_NAMESPACE
@@ -201,7 +227,7 @@ constexpr long kWorthVectors = 48;  // bytes; single pixels of a run's ends are 
 
 void BlendLine(unsigned char *line, const unsigned char *base, const LineColor &color, int weight, long bytes) {
   if (bytes < kWorthVectors)
-    plain::Cover(line, base, color, weight, 1, 0, bytes);
+    plain::Cover(line, base, color, weight, 1, bytes);
   else
     HWY_DYNAMIC_DISPATCH(Blend)(line, base, color, weight, bytes);
 }

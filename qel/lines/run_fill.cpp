@@ -1,32 +1,81 @@
 // Fills of a line with a repeated unit.
 //
-// 48 bytes hold a whole number of units of 2, 3, 4 and 6 bytes. So every fill writes one 48-byte pattern over and over,
-// which compilers keep in three vector registers, and ends with as much of the pattern as is left over.
+// Three vectors hold a whole number of units of 2, 3, 4 and 6 bytes, whatever a vector's width. So a long fill writes one
+// pattern of three vectors over and over (Highway); a short one is done unit by unit before a pattern would be made.
 #include "qel/lines/run_fill.h"
 
 #include <cstdint>
 #include <cstring>
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "qel/lines/run_fill.cpp"
+#include <hwy/foreach_target.h>  // must come before highway.h
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace qel::lines::HWY_NAMESPACE {
+
+#if HWY_TARGET == HWY_SCALAR
+
+unsigned long FillPattern(unsigned char *, const unsigned char *, unsigned long) {
+  return 0;
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Fills with `bytes` bytes of a pattern of 192 that repeats every 48; returns those written, whole patterns of three
+/// vectors.
+unsigned long FillPattern(unsigned char *dst, const unsigned char *pattern, unsigned long bytes) {
+  const hn::CappedTag<std::uint8_t, 64> d;
+  const unsigned long lanes = hn::Lanes(d);
+  const auto a = hn::LoadU(d, pattern), b = hn::LoadU(d, pattern + lanes), c = hn::LoadU(d, pattern + 2 * lanes);
+  unsigned long i = 0;
+  for (; i + 3 * lanes <= bytes; i += 3 * lanes) {
+    hn::StoreU(a, d, dst + i);
+    hn::StoreU(b, d, dst + i + lanes);
+    hn::StoreU(c, d, dst + i + 2 * lanes);
+  }
+  return i;
+}
+
+#endif
+
+}  // namespace qel::lines::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace qel::lines {
+
+HWY_EXPORT(FillPattern);
+
 namespace {
 
-constexpr unsigned long kPatternBytes = 48;
+constexpr unsigned long kPatternBytes = 192;
+constexpr unsigned long kShortBytes = 96;
 
 /// Fills with the low kUnit bytes of a value.
 template <unsigned long kUnit>
-inline void FillRun(unsigned char *pDst, std::uint64_t value, unsigned long dwCount) {
+inline void FillRun(unsigned char *dst, std::uint64_t value, unsigned long count) {
   static_assert(kPatternBytes % kUnit == 0);
-  constexpr unsigned long kUnits = kPatternBytes / kUnit;
-  if (dwCount < kUnits) {  // a short run is done before the pattern would be
-    for (unsigned long i = 0; i < dwCount; ++i) std::memcpy(pDst + i * kUnit, &value, kUnit);
+  const unsigned long bytes = count * kUnit;
+  if (bytes < kShortBytes) {
+    for (unsigned long i = 0; i < count; ++i) std::memcpy(dst + i * kUnit, &value, kUnit);
     return;
   }
   unsigned char pattern[kPatternBytes];
-  for (unsigned long i = 0; i < kUnits; ++i) std::memcpy(pattern + i * kUnit, &value, kUnit);
-  for (; dwCount >= kUnits; dwCount -= kUnits, pDst += kPatternBytes) std::memcpy(pDst, pattern, kPatternBytes);
-  std::memcpy(pDst, pattern, dwCount * kUnit);
+  for (unsigned long i = 0; i < kPatternBytes / kUnit; ++i) std::memcpy(pattern + i * kUnit, &value, kUnit);
+  unsigned long done = HWY_DYNAMIC_DISPATCH(FillPattern)(dst, pattern, bytes);
+  for (; bytes - done > kPatternBytes; done += kPatternBytes) std::memcpy(dst + done, pattern, kPatternBytes);
+  std::memcpy(dst + done, pattern, bytes - done);
 }
 
 }  // namespace
+}  // namespace qel::lines
+
+using qel::lines::FillRun;
 
 void FillRunWord(unsigned char *pDst, unsigned short w, unsigned long dwCount) {
   FillRun<2>(pDst, w, dwCount);
@@ -43,3 +92,5 @@ void FillRunDword(unsigned char *pDst, unsigned long dw, unsigned long dwCount) 
 void FillRunDlong(unsigned char *pDst, long long ll, unsigned long dwCount) {
   FillRun<6>(pDst, static_cast<std::uint64_t>(ll), dwCount);
 }
+
+#endif  // HWY_ONCE

@@ -1,0 +1,89 @@
+// Shapes beside a fill of as many bytes, and the line functions of drawing and masks beside plain loops.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "pair.h"
+#include "qel/image/image.h"
+#include "qel/lines/coverage.h"
+#include "qel/lines/key_mask.h"
+#include "qel/lines/threshold.h"
+
+namespace {
+
+using Line = std::vector<unsigned char>;
+
+constexpr long kWidth = 4096, kHeight = 3072;
+constexpr long kEllipseBytes = static_cast<long>(3.14159265 / 4 * kWidth * kHeight) * 3;
+
+std::shared_ptr<Line> RandomLine(long bytes, unsigned seed) {
+  const auto line = std::make_shared<Line>(static_cast<std::size_t>(bytes));
+  std::mt19937 random(seed);
+  for (auto &b : *line) b = static_cast<unsigned char>(random());
+  return line;
+}
+
+bench::Works Ellipse(bool smooth) {
+  const auto image = std::make_shared<PQel>();
+  image->CreateImage(1, kWidth, kHeight, 0, nullptr, 3780, 3780, 1, 0, 0);
+  image->Clear(0);
+  image->EnableAntiAlias(smooth);
+  const auto bytes = std::make_shared<Line>(static_cast<std::size_t>(kEllipseBytes));
+  return {
+      bench::Repeat([=] {
+        RECT all = {0, 0, static_cast<LONG>((smooth ? 8 : 1) * kWidth), static_cast<LONG>((smooth ? 8 : 1) * kHeight)};
+        image->FillCircle(&all, 0x1E3CC8);
+      }),
+      bench::Repeat([=] {
+        std::memset(bytes->data(), 200, bytes->size());
+        bench::Touch(bytes->data());
+      })};
+}
+
+/// Eight full sub-pixel rows, by the rule.
+void CoverPlainly(unsigned char *line, long n, int color) {
+  for (long i = 0; i < n; ++i)
+    for (int r = 0; r < 8; ++r) line[i] = static_cast<unsigned char>(line[i] + (((color - line[i]) * 32 + 127) >> 8));
+  bench::Touch(line);
+}
+
+void MarkPlainly(unsigned char *flags, const unsigned char *const *rows, long n, unsigned char threshold) {
+  for (long i = 0; i < n; ++i) {
+    bool touches = false;
+    for (int r = 0; r < 3 && !touches; ++r)
+      for (long k = 0; k < 3 && !touches; ++k) touches = rows[r][i + k] > threshold;
+    flags[i] = rows[1][i + 1] <= threshold && touches;
+  }
+  bench::Touch(flags);
+}
+
+bench::Works CoverLine() {
+  const auto ours = RandomLine(3 * kWidth, 1), theirs = RandomLine(3 * kWidth, 1);
+  return {bench::Repeat([=] { qel::lines::CoverFully(ours->data(), ours->data(), 90, 8, 3 * kWidth, 1); }),
+          bench::Repeat([=] { CoverPlainly(theirs->data(), 3 * kWidth, 90); })};
+}
+
+bench::Works BorderLine() {
+  const auto rows = RandomLine(3 * (kWidth + 2), 2), flags = RandomLine(kWidth, 3);
+  const unsigned char *const r = rows->data();
+  return {bench::Repeat([=] {
+            (void)rows;
+            qel::lines::MarkBorder(flags->data(), r, r + kWidth + 2, r + 2 * (kWidth + 2), kWidth, 128);
+          }),
+          bench::Repeat([=] {
+            const unsigned char *const lines[] = {r, r + kWidth + 2, r + 2 * (kWidth + 2)};
+            MarkPlainly(flags->data(), lines, kWidth, 128);
+          })};
+}
+
+const bench::PairsAtStart g_pairs([] {
+  bench::AddPair({"draw/ellipse, 24-bit : memset", 0, kEllipseBytes, [] { return Ellipse(false); }});
+  bench::AddPair({"draw/smooth ellipse, 24-bit : memset", 0, kEllipseBytes, [] { return Ellipse(true); }});
+  bench::AddPair({"draw/eight covering rows : plain loop", 0.2, 3 * kWidth, CoverLine});
+  bench::AddPair({"draw/border flags : plain loop", 0.5, kWidth, BorderLine});
+});
+
+}  // namespace
