@@ -10,6 +10,7 @@
 namespace {
 
 constexpr long kSubPixels = 8;
+constexpr int kGlobalStore = 1;  // its pages are always there
 
 }  // namespace
 
@@ -27,8 +28,11 @@ bool PQel::CoveredRows::Suits(const PQel &image) {
 }
 
 PQel::CoveredRows::CoveredRows(PQel &image, long long llColor)
-    : m_image(image), m_llColor(llColor), m_nChannels(image.GetBitCount() <= 8 ? 1 : 3) {
-  m_lines.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(2 * 3 * image.GetImageWidth()));
+    : m_image(image),
+      m_llColor(llColor),
+      m_nChannels(image.GetBitCount() <= 8 ? 1 : 3),
+      m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !image.m_bUndo && image.m_nImageType != 8) {
+  if (!m_bInPlace) m_lines.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(2 * 3 * image.GetImageWidth()));
 }
 
 PQel::CoveredRows::~CoveredRows() {
@@ -58,7 +62,7 @@ PQel::CoveredRows::Row &PQel::CoveredRows::Find(long y) {
 }
 
 void PQel::CoveredRows::Draw(Row &row) {
-  if (row.runs == 0 || m_lines.GetPointer() == nullptr) return;
+  if (row.runs == 0) return;
   long lFirst = row.run[0].x1, lLast = row.run[0].x2, lFullFirst = lFirst, lFullEnd = lLast + 1;
   for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
     lFirst = std::min(lFirst, run.x1), lLast = std::max(lLast, run.x2);
@@ -67,24 +71,30 @@ void PQel::CoveredRows::Draw(Row &row) {
   lFirst /= kSubPixels, lLast /= kSubPixels;
   lFullFirst = (lFullFirst + kSubPixels - 1) / kSubPixels, lFullEnd /= kSubPixels;
 
-  unsigned char *const pLine = m_lines.GetPointer();
-  unsigned char *const pBase = m_image.m_bUndo ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
-  const Line line{lFirst, pLine, pBase};
-  if (m_image.xReadForCover({lFirst, lLast, row.y, false}, pLine, pBase)) {
-    if (lFullFirst < lFullEnd) {
-      DrawPart(line, row, lFirst, lFullFirst - 1);
-      const long lAt = (lFullFirst - lFirst) * m_nChannels;
-      qel::lines::CoverFully(pLine + lAt, pBase + lAt, m_llColor, row.runs, lFullEnd - lFullFirst, m_nChannels);
-      DrawPart(line, row, lFullEnd, lLast);
-    } else {
-      DrawPart(line, row, lFirst, lLast);
+  if (m_bInPlace) {
+    unsigned char *const pLine = m_image.m_pMem->GetPointer() + m_image.xGetRowOffset(lFirst * m_nChannels, row.y);
+    m_image.InvalidateLine(lFirst, lLast, row.y);
+    DrawRuns(row, {lFirst, pLine, pLine}, lLast, lFullFirst, lFullEnd);
+  } else if (unsigned char *const pLine = m_lines.GetPointer(); pLine != nullptr) {
+    unsigned char *const pBase = m_image.m_bUndo ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
+    if (m_image.xReadForCover({lFirst, lLast, row.y, false}, pLine, pBase)) {
+      DrawRuns(row, {lFirst, pLine, pBase}, lLast, lFullFirst, lFullEnd);
+      if (m_nChannels == 1)
+        m_image.PutGrayHorLine(lFirst, lLast, row.y, pLine);
+      else
+        m_image.Put24bitHorLine(lFirst, lLast, row.y, pLine);
     }
-    if (m_nChannels == 1)
-      m_image.PutGrayHorLine(lFirst, lLast, row.y, pLine);
-    else
-      m_image.Put24bitHorLine(lFirst, lLast, row.y, pLine);
   }
   row.runs = 0;
+}
+
+/// Draws a row's runs, the pixels that all of them cover in full at once.
+void PQel::CoveredRows::DrawRuns(const Row &row, const Line &line, long lLast, long lFullFirst, long lFullEnd) const {
+  if (lFullFirst >= lFullEnd) return DrawPart(line, row, line.first, lLast);
+  DrawPart(line, row, line.first, lFullFirst - 1);
+  const long lAt = (lFullFirst - line.first) * m_nChannels;
+  qel::lines::CoverFully(line.pixels + lAt, line.base + lAt, m_llColor, row.runs, lFullEnd - lFullFirst, m_nChannels);
+  DrawPart(line, row, lFullEnd, lLast);
 }
 
 /// Draws the runs one by one into the pixels lFirst to lLast: outer pixels by the part that a run holds, others in

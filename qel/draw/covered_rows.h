@@ -33,13 +33,15 @@ class PQel::CoveredRows {
   struct Line;
 
   Row &Find(long y);
+  void DrawRuns(const Row &row, const Line &line, long lLast, long lFullFirst, long lFullEnd) const;
   void Draw(Row &row);
   void DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const;
 
   PQel &m_image;
   const long long m_llColor;
   const int m_nChannels;
-  PMem m_lines;   // the current line and the base line
-  Row m_rows[2];  // shapes grow from both ends
+  const bool m_bInPlace;  // the pixels can be changed where they lie
+  PMem m_lines;           // or else the current line and the base line
+  Row m_rows[2];          // shapes grow from both ends
   int m_nOldest = 0;
 };

@@ -132,21 +132,24 @@ TEST(ClearTransparent, SplitsAtTheThresholdByTheFirstColour) {
       std::mt19937 random(2);
       content.Randomise(random);
       content.Store(image);
-      std::vector<unsigned char> before(33), after(33), stored(160), kept(160);
-      for (long y = 0; y < 5; ++y) {
-        PQel copy;
-        ASSERT_TRUE(copy.GenerateImage(&image, 1, 0, 0));
-        ASSERT_TRUE(copy.ClearTransparent(100));
-        image.GetGrayHorLine(0, 32, y, before.data(), nullptr);
-        copy.GetGrayHorLine(0, 32, y, after.data(), nullptr);
-        const bool firstIsDark = copy.GetBI()->bmiColors[0].rgbRed == 0;
-        for (std::size_t x = 0; x < 33; ++x)
-          if (type == 3)
-            ASSERT_EQ(after[x], before[x]);
-          else
-            ASSERT_EQ(after[x], (before[x] < 100) == firstIsDark ? 0 : 255)
-                << "type " << type << ", inverse " << inverse;
+      const auto levels = [&image] {
+        std::vector<unsigned char> all(33 * 5);
+        for (long y = 0; y < 5; ++y) image.GetGrayHorLine(0, 32, y, all.data() + 33 * y, nullptr);
+        return all;
+      };
+      std::vector<unsigned char> expected = levels();
+      const bool firstIsDark = image.GetBI()->bmiColors[0].rgbRed == 0;
+      for (auto &level : expected) level = (level < 100) == firstIsDark ? 0 : 255;
+      NaiveImage after = content;
+      if (type != 3) {  // what comes of the levels, written and read back
+        for (long y = 0; y < 5; ++y) image.PutGrayHorLine(0, 32, y, expected.data() + 33 * y);
+        after.Load(image);
+        content.Store(image);
       }
+      ASSERT_TRUE(image.ClearTransparent(100));
+      NaiveImage actual = content;
+      actual.Load(image);
+      EXPECT_TRUE(actual == after) << "type " << type << ", inverse " << inverse;
     }
 }
 
@@ -170,7 +173,7 @@ void MakePicture(PQel &image, int type) {
 }
 
 TEST(KeyMask, MarksTheKeyColourAndBlacksItOut) {
-  for (const int type : {1, 5, 7, 8}) {
+  for (const int type : {1, 5, 8}) {
     PQel image, mask;
     MakePicture(image, type);
     PQel before;
