@@ -94,8 +94,16 @@ int PItc::xPrepareKeyMap() {
 }
 
 void PItc::xReadKeyMap() {
-  ReadStdPaletteMap(m_pbyMap, m_nDstType);  // without the file, the map is computed
-  qel::lines::LimitIndices(m_pbyMap, 8, kKeys, m_nDstColors);
+  if (m_nDstColors == PQel::GetMaxClrUsed(m_nDstType)) {
+    ReadStdPaletteMap(m_pbyMap, m_nDstType);  // without the file, the map is computed
+    qel::lines::LimitIndices(m_pbyMap, 8, kKeys, m_nDstColors);
+    return;
+  }
+  // The standard palette of fewer colours, as of 16 at 8 bits a pixel: the file's maps by type do not lead to it.
+  unsigned char cube[kCubeBytes], palette[3 * 256];
+  Set4096Pal(cube);
+  PQel::GetPaletteRGB(m_hDstPal, palette);
+  CreatePaletteMap(m_nDstColors, palette, kKeys, cube, m_pbyMap);
 }
 
 // Error diffusion ----------------------------------------------------------------------------------------------------

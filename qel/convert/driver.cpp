@@ -51,6 +51,7 @@ struct PItc::Passage {
   bool IsEmpty() const { return left > right || top > bottom; }
   bool IsInside(long width, long height) const { return left >= 0 && top >= 0 && right < width && bottom < height; }
   bool IsSeen() const { return count > 0 && firstRow <= lastRow; }
+  bool IsSeen(long row) const { return count > 0 && firstRow <= row && row <= lastRow; }
 
   void Clip(const PQel &destination) {
     count = Width(), firstRow = top, lastRow = bottom;
@@ -76,7 +77,7 @@ int PItc::ConvertImg(RECT *pRect, POINT *pPoint) {
   if (wMethod == 3 && !xSetDitherFunc()) return 0;
   if (wMethod == 2) xClearErrors();
   p.Clip(*m_poDst);
-  if (!p.IsSeen() || !xMovesPixels()) return 1;
+  if ((!p.IsSeen() && wMethod != 2) || !xMovesPixels()) return 1;
 
   PMem work;
   const long lSrcBytes = m_poSrc->GetHorLineSize(p.left, p.right);
@@ -121,7 +122,7 @@ int PItc::xMoveLines(const Passage &p) {
     if (!m_poSrc->GetHorLine(p.left, p.right, lRow, m_pbySrcLine)) return 0;
     xLimitSource(m_pbySrcLine, p.Width());
     xConvertWholeLine(lRow, p.x, p.y + lRow - p.top);
-    return lRow < p.firstRow || xWriteRow(p, lRow, m_pbyDstLine);
+    return !p.IsSeen(lRow) || xWriteRow(p, lRow, m_pbyDstLine);
   };
   // dithered lines do not depend on each other: memory reads faster forwards, which is upwards in most images
   if (m_cvtMethod.wMethod == 3 && m_poSrc->GetBI()->bmiHeader.biHeight > 0 && !IsTiled(*m_poDst) &&
@@ -130,8 +131,11 @@ int PItc::xMoveLines(const Passage &p) {
       if (!moveLine(lRow)) return 0;
     return 1;
   }
-  // rows above the destination still hand their errors down
-  for (long lRow = p.top; lRow <= p.lastRow; ++lRow)
+  // diffused rows hand down their errors, and the agent keeps the keys that it met in them, whether they are seen or
+  // not
+  const bool bDiffusion = m_cvtMethod.wMethod == 2;
+  const long lFirst = bDiffusion ? p.top : p.firstRow, lLast = bDiffusion ? p.bottom : p.lastRow;
+  for (long lRow = lFirst; lRow <= lLast; ++lRow)
     if (!moveLine(lRow)) return 0;
   return 1;
 }

@@ -46,7 +46,8 @@ class Driver : public testing::Test {
 
   LONG Between(long lo, long hi) { return static_cast<LONG>(lo + static_cast<long>(random() % (hi - lo + 1ul))); }
 
-  /// Images of two types with random pixels; palettes: 0 standard, 1 random and full, 2 random and short.
+  /// Images of two types with random pixels; palettes: 0 standard, 1 random and full, 2 random and short, 3 the
+  /// standard one of fewer bits.
   void Prepare(int s, int sPalette, long sw, long sh, int d, int dPalette, long dw, long dh) {
     Fill(source, from, s, sPalette, sw, sh);
     Fill(target, to, d, dPalette, dw, dh);
@@ -55,9 +56,11 @@ class Driver : public testing::Test {
   }
   void Fill(PQel &image, NaiveImage &naive, int type, int palette, long w, long h) {
     const int bits = PQel::GetBitCount(type);
-    const int nColors = palette == 0 || bits > 8 ? 0 : palette == 1 ? 1 << bits : (1 << bits) * 3 / 5;
+    const int nShort = palette == 2 ? (1 << bits) * 3 / 5 : bits == 8 ? 16 : 2;
+    const int nColors = palette == 0 || bits > 8 ? 0 : palette == 1 ? 1 << bits : nShort;
     RGBQUAD table[256];
     for (RGBQUAD &q : table) q = {static_cast<BYTE>(random()), static_cast<BYTE>(random()), 77, 0};
+    if (palette == 3) PQel::BuildStdPalette(bits == 8 ? 2 : 0, table);
     image.EnableBlock(0, 8);
     ASSERT_TRUE(image.CreateImage(type, w, random() % 2 ? h : -h, nColors, nColors ? table : nullptr, 1, 1, 1,
                                   random() % 2, 0));
@@ -99,15 +102,15 @@ class Driver : public testing::Test {
 TEST_F(Driver, ConvertsEveryPairPixelByPixel) {
   for (int s = 0; s < 6; ++s)
     for (int d = 0; d < 6; ++d)
-      for (int round = 0; round < 15; ++round) {
+      for (int round = 0; round < 20; ++round) {
         // 4 and 5 are grays by their standard palette alone
-        const int sPalette = s > 3 ? 0 : round % 3, dPalette = d > 3 ? 0 : round / 3 % 3;
+        const int sPalette = s > 3 ? 0 : round % 3, dPalette = d > 3 ? 0 : round / 3 % 4;
         Prepare(s, sPalette, Between(1, 70), Between(1, 9), d, dPalette, Between(1, 70), Between(1, 9));
         if (!Build(round % 5)) continue;
         const int method = agent.m_cvtMethod.wMethod;
         if (method == 2 || method == 3) continue;
         SCOPED_TRACE(testing::Message() << s << " to " << d << " method " << method << " round " << round);
-        const bool custom = method == 1 && dPalette != 0;
+        const bool custom = method == 1 && dPalette == 1;
         const Colors colors = custom ? ColorsOf(PItc::CreateCustomPalette(&source)) : targetColors;
 
         const LONG left = Between(0, from.width - 1), top = Between(0, from.height - 1);
@@ -159,6 +162,19 @@ TEST_F(Driver, LinesGiveTheRectangleOfDiffusionAndDither) {
       ASSERT_EQ(agent.ConvertImg(nullptr, &at), 1);
       ASSERT_EQ(Stored(), to);
     }
+}
+
+TEST_F(Driver, GoesOnFromRowsThatFellOutside) {
+  Prepare(1, 0, 37, 11, 2, 1, 37, 11);
+  const auto lineAfter = [&](LONG x, LONG y) {
+    POINT at = {x, y};
+    EXPECT_TRUE(Build(2) && agent.ConvertImg(nullptr, &at));
+    Line in = from.Row(0), out(20);
+    agent.ConvertLineImg(11, in.data(), out.data());
+    return out;
+  };
+  for (const auto &[x, y] : {std::pair{5, 0}, {0, 4}, {0, -4}, {40, 0}, {0, 11}, {0, -11}})
+    EXPECT_EQ(lineAfter(x, y), lineAfter(0, 0)) << x << ", " << y;
 }
 
 TEST_F(Driver, RefusesWhatCannotBeConverted) {
