@@ -31,13 +31,19 @@ PQel::CoveredRows::CoveredRows(PQel &image, long long llColor)
     : m_image(image),
       m_llColor(llColor),
       m_nChannels(image.GetBitCount() <= 8 ? 1 : 3),
-      m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !image.m_bUndo && image.m_nImageType != 8) {
-  if (!m_bInPlace) m_lines.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(2 * 3 * image.GetImageWidth()));
+      m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !image.m_bUndo && image.m_nImageType != 8),
+      m_pRows(nullptr) {
+  const auto dwWidth = static_cast<unsigned long>(image.GetImageWidth());
+  if (!m_bInPlace && m_lines.AllocMemory(GMEM_MOVEABLE, 2 * 3 * dwWidth) == nullptr) return;
+  m_pRows =
+      reinterpret_cast<Row *>(m_memRows.AllocMemory(GHND, static_cast<unsigned long>(image.m_lHeight) * sizeof(Row)));
 }
 
 PQel::CoveredRows::~CoveredRows() {
-  Draw(m_rows[m_nOldest]);
-  Draw(m_rows[1 - m_nOldest]);
+  if (m_pRows == nullptr) return;
+  const long lHeight = m_image.m_lHeight;
+  const bool bTopDown = m_image.m_pBIH->biHeight < 0;
+  for (long i = 0; i < lHeight; ++i) Draw(bTopDown ? i : lHeight - 1 - i);
 }
 
 void PQel::CoveredRows::Add(long x1, long x2, long y) {
@@ -45,23 +51,13 @@ void PQel::CoveredRows::Add(long x1, long x2, long y) {
   x1 = std::max(x1, 0L);
   x2 = std::min(x2, kSubPixels * m_image.GetImageWidth() - 1);
   if (x1 > x2) return;
-  Row &row = Find(y / kSubPixels);
-  if (row.runs == kMostRuns) Draw(row);
+  Row &row = m_pRows[y / kSubPixels];
+  if (row.runs == kMostRuns) Draw(y / kSubPixels);
   row.run[row.runs++] = {x1, x2};
 }
 
-/// The gathered row of this number, or a fresh one in the place of the older.
-PQel::CoveredRows::Row &PQel::CoveredRows::Find(long y) {
-  for (Row &row : m_rows)
-    if (row.y == y) return row;
-  Row &row = m_rows[m_nOldest];
-  m_nOldest = 1 - m_nOldest;
-  Draw(row);
-  row.y = y;
-  return row;
-}
-
-void PQel::CoveredRows::Draw(Row &row) {
+void PQel::CoveredRows::Draw(long y) {
+  Row &row = m_pRows[y];
   if (row.runs == 0) return;
   long lFirst = row.run[0].x1, lLast = row.run[0].x2, lFullFirst = lFirst, lFullEnd = lLast + 1;
   for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
@@ -72,17 +68,17 @@ void PQel::CoveredRows::Draw(Row &row) {
   lFullFirst = (lFullFirst + kSubPixels - 1) / kSubPixels, lFullEnd /= kSubPixels;
 
   if (m_bInPlace) {
-    unsigned char *const pLine = m_image.m_pMem->GetPointer() + m_image.xGetRowOffset(lFirst * m_nChannels, row.y);
-    m_image.InvalidateLine(lFirst, lLast, row.y);
+    unsigned char *const pLine = m_image.m_pMem->GetPointer() + m_image.xGetRowOffset(lFirst * m_nChannels, y);
+    m_image.InvalidateLine(lFirst, lLast, y);
     DrawRuns(row, {lFirst, pLine, pLine}, lLast, lFullFirst, lFullEnd);
   } else if (unsigned char *const pLine = m_lines.GetPointer(); pLine != nullptr) {
     unsigned char *const pBase = m_image.m_bUndo ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
-    if (m_image.xReadForCover({lFirst, lLast, row.y, false}, pLine, pBase)) {
+    if (m_image.xReadForCover({lFirst, lLast, y, false}, pLine, pBase)) {
       DrawRuns(row, {lFirst, pLine, pBase}, lLast, lFullFirst, lFullEnd);
       if (m_nChannels == 1)
-        m_image.PutGrayHorLine(lFirst, lLast, row.y, pLine);
+        m_image.PutGrayHorLine(lFirst, lLast, y, pLine);
       else
-        m_image.Put24bitHorLine(lFirst, lLast, row.y, pLine);
+        m_image.Put24bitHorLine(lFirst, lLast, y, pLine);
     }
   }
   row.runs = 0;

@@ -8,6 +8,11 @@
 class PQel::CoveredRows {
  public:
   CoveredRows(PQel &image, long long llColor);
+
+  /// False when memory is short; then runs must be drawn one by one.
+  bool IsReady() const { return m_pRows != nullptr; }
+
+  /// Draws what was gathered, in the order of the store: memory is written fastest upwards.
   ~CoveredRows();
   CoveredRows(const CoveredRows &) = delete;
   CoveredRows &operator=(const CoveredRows &) = delete;
@@ -20,21 +25,19 @@ class PQel::CoveredRows {
   void Add(long x1, long x2, long y);
 
  private:
-  static constexpr int kMostRuns = 16;
+  static constexpr int kMostRuns = 10;
 
   struct Run {
     long x1, x2;
   };
   struct Row {
-    long y = -1;  // pixel row
-    int runs = 0;
+    int runs;
     Run run[kMostRuns];
   };
   struct Line;
 
-  Row &Find(long y);
+  void Draw(long y);
   void DrawRuns(const Row &row, const Line &line, long lLast, long lFullFirst, long lFullEnd) const;
-  void Draw(Row &row);
   void DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const;
 
   PQel &m_image;
@@ -42,6 +45,6 @@ class PQel::CoveredRows {
   const int m_nChannels;
   const bool m_bInPlace;  // the pixels can be changed where they lie
   PMem m_lines;           // or else the current line and the base line
-  Row m_rows[2];          // shapes grow from both ends
-  int m_nOldest = 0;
+  PMem m_memRows;
+  Row *m_pRows;  // of every row of the image
 };

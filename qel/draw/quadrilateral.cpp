@@ -66,10 +66,12 @@ int PQel::Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long 
   };
   if (CoveredRows::Suits(*this)) {
     CoveredRows rows(*this, llColor);
-    forRows([&](long x1, long x2, long y) { rows.Add(x1, x2, y); });
-  } else {
-    forRows([&](long x1, long x2, long y) { xDrawHorLine(x1, x2, y, llColor); });
+    if (rows.IsReady()) {
+      forRows([&](long x1, long x2, long y) { rows.Add(x1, x2, y); });
+      return 1;
+    }
   }
+  forRows([&](long x1, long x2, long y) { xDrawHorLine(x1, x2, y, llColor); });
   return 1;
 }
 

@@ -693,6 +693,7 @@ class QEL_API PQel : public CObject {
   int xCoverSpan(const LineSpan &span, long long llColor);
   int xReadForCover(const LineSpan &pixels, unsigned char *pLine, unsigned char *pBase);
   int xDrawRun(LineSpan span, long long llColor);
+  int xFillEllipseUpwards(const RECT &rc, long long llColor);
 
   int xDrawHorLine(long x1, long x2, long y, long long llColor);
   int xDrawVerLine(long x, long y1, long y2, long long llColor);

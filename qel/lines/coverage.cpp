@@ -26,6 +26,13 @@ struct LineColor {
   LineColor(long long color, int channels) {
     for (int k = 0; k < 3; ++k) bytes[k] = static_cast<unsigned char>(color >> (channels == 1 ? 0 : 8 * k));
   }
+
+  /// The same from a later byte of the line on.
+  LineColor From(long first) const {
+    LineColor later = *this;
+    for (long k = 0; k < 3; ++k) later.bytes[k] = bytes[(k + first) % 3];
+    return later;
+  }
 };
 
 namespace plain {
@@ -177,36 +184,43 @@ long MoveRows(unsigned char *line, const LineColor &color, int rows, long bytes)
 /// What `move` leaves of a line, fewer bytes than three vectors: through a buffer of that length, since byte by byte
 /// the rows of a pixel would wait for each other.
 template <class Move>
-void MoveRest(unsigned char *line, const unsigned char *base, long bytes, Move move) {
+void MoveRest(unsigned char *line, const unsigned char *base, const LineColor &color, long bytes, Move move) {
   unsigned char pixels[3 * HWY_MAX_BYTES], other[3 * HWY_MAX_BYTES] = {};
   std::memcpy(pixels, line, static_cast<std::size_t>(bytes));
   if (base != line) std::memcpy(other, base, static_cast<std::size_t>(bytes));
   std::memset(pixels + bytes, 0, sizeof pixels - static_cast<std::size_t>(bytes));
-  move(pixels, base != line ? other : pixels, static_cast<long>(sizeof pixels));
+  move(pixels, base != line ? other : pixels, color, static_cast<long>(sizeof pixels));
   std::memcpy(line, pixels, static_cast<std::size_t>(bytes));
 }
 
-/// All bytes through `move`, which returns how many of them it took.
+/// All bytes through `move`, which takes whole groups of three vectors and returns how many bytes these were. The first
+/// bytes go apart, so that the vectors lie on their own boundaries: one that crosses a cache line costs twice.
 template <class Move>
-bool MoveAll(unsigned char *line, const unsigned char *base, long bytes, Move move) {
+bool MoveAll(unsigned char *line, const unsigned char *base, const LineColor &color, long bytes, Move move) {
   if (HWY_TARGET == HWY_SCALAR) return false;
-  const long done = move(line, base, bytes);
-  if (done < bytes) MoveRest(line + done, base + done, bytes - done, move);
+  const auto alignment = static_cast<std::uintptr_t>(HWY_MIN(HWY_MAX_BYTES, 64));
+  const long head = std::min(static_cast<long>(-reinterpret_cast<std::uintptr_t>(line) % alignment), bytes);
+  if (head > 0) MoveRest(line, base, color, head, move);
+  const LineColor rest = color.From(head);
+  const long done = head + move(line + head, base + head, rest, bytes - head);
+  if (done < bytes) MoveRest(line + done, base + done, rest, bytes - done, move);
   return true;
 }
 
 void Blend(unsigned char *line, const unsigned char *base, const LineColor &color, int weight, long bytes) {
   const bool fits = weight >= -64 && weight <= 64;  // 16-bit lanes hold the products
-  if (!fits || !MoveAll(line, base, bytes, [&](unsigned char *to, const unsigned char *from, long n) {
-        return ForVectors(to, from, color, n, BlendStep(weight));
+  if (!fits ||
+      !MoveAll(line, base, color, bytes, [&](unsigned char *to, const unsigned char *from, const LineColor &c, long n) {
+        return ForVectors(to, from, c, n, BlendStep(weight));
       }))
     plain::Cover(line, base, color, weight, 1, bytes);
 }
 
 void CoverRows(unsigned char *line, const unsigned char *base, const LineColor &color, int rows, long bytes) {
   const bool fits = rows <= 64;
-  if (!fits || !MoveAll(line, base, bytes, [&](unsigned char *to, const unsigned char *from, long n) {
-        return from == to ? MoveRows(to, color, rows, n) : ForVectors(to, from, color, n, RowsStep(rows));
+  if (!fits ||
+      !MoveAll(line, base, color, bytes, [&](unsigned char *to, const unsigned char *from, const LineColor &c, long n) {
+        return from == to ? MoveRows(to, c, rows, n) : ForVectors(to, from, c, n, RowsStep(rows));
       }))
     plain::Cover(line, base, color, 32, rows, bytes);
 }

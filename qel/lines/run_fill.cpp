@@ -1,9 +1,11 @@
 // Fills of a line with a repeated unit.
 //
-// Three vectors hold a whole number of units of 2, 3, 4 and 6 bytes, whatever a vector's width. So a long fill writes one
-// pattern of three vectors over and over (Highway); a short one is done unit by unit before a pattern would be made.
+// Three vectors hold a whole number of units of 2, 3, 4 and 6 bytes, whatever a vector's width. So a long fill writes
+// one pattern of three vectors over and over (Highway); a short one is done unit by unit before a pattern would be
+// made.
 #include "qel/lines/run_fill.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -25,17 +27,19 @@ unsigned long FillPattern(unsigned char *, const unsigned char *, unsigned long)
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Fills with `bytes` bytes of a pattern of 192 that repeats every 48; returns those written, whole patterns of three
-/// vectors.
+/// Fills with at least kShortBytes bytes of a pattern that repeats every 48; returns those written. The first vector
+/// may lie anywhere, the others on their own boundaries: a store that crosses a cache line costs twice.
 unsigned long FillPattern(unsigned char *dst, const unsigned char *pattern, unsigned long bytes) {
   const hn::CappedTag<std::uint8_t, 64> d;
   const unsigned long lanes = hn::Lanes(d);
-  const auto a = hn::LoadU(d, pattern), b = hn::LoadU(d, pattern + lanes), c = hn::LoadU(d, pattern + 2 * lanes);
-  unsigned long i = 0;
+  hn::StoreU(hn::LoadU(d, pattern), d, dst);
+  unsigned long i = lanes - reinterpret_cast<std::uintptr_t>(dst) % lanes;
+  const unsigned char *const from = pattern + i % 48;
+  const auto a = hn::LoadU(d, from), b = hn::LoadU(d, from + lanes), c = hn::LoadU(d, from + 2 * lanes);
   for (; i + 3 * lanes <= bytes; i += 3 * lanes) {
-    hn::StoreU(a, d, dst + i);
-    hn::StoreU(b, d, dst + i + lanes);
-    hn::StoreU(c, d, dst + i + 2 * lanes);
+    hn::Store(a, d, dst + i);
+    hn::Store(b, d, dst + i + lanes);
+    hn::Store(c, d, dst + i + 2 * lanes);
   }
   return i;
 }
@@ -53,7 +57,7 @@ HWY_EXPORT(FillPattern);
 
 namespace {
 
-constexpr unsigned long kPatternBytes = 192;
+constexpr unsigned long kPatternBytes = 240;  // three vectors of 64 bytes from any of the first 48
 constexpr unsigned long kShortBytes = 96;
 
 /// Fills with the low kUnit bytes of a value.
@@ -68,8 +72,11 @@ inline void FillRun(unsigned char *dst, std::uint64_t value, unsigned long count
   unsigned char pattern[kPatternBytes];
   for (unsigned long i = 0; i < kPatternBytes / kUnit; ++i) std::memcpy(pattern + i * kUnit, &value, kUnit);
   unsigned long done = HWY_DYNAMIC_DISPATCH(FillPattern)(dst, pattern, bytes);
-  for (; bytes - done > kPatternBytes; done += kPatternBytes) std::memcpy(dst + done, pattern, kPatternBytes);
-  std::memcpy(dst + done, pattern, bytes - done);
+  while (done < bytes) {
+    const unsigned long part = std::min(bytes - done, 192ul);
+    std::memcpy(dst + done, pattern + done % 48, part);
+    done += part;
+  }
 }
 
 }  // namespace
