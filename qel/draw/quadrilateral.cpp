@@ -9,18 +9,22 @@
 
 namespace {
 
-/// Products of two differences of coordinates pass 64 bits.
+/// Products of two differences of coordinates may pass 64 bits.
 __extension__ using Wide = __int128;
 
-/// Where an edge crosses a row between its ends, rounded to the nearest pixel, halves away from zero (as MulDiv does,
-/// for differences of any size).
+/// n / d, rounded to the nearest number, halves away from zero.
+template <class Number>
+Number Rounded(Number n, Number d) {
+  const Number half = (d < 0 ? -d : d) / 2;
+  return (n < 0 ? n - half : n + half) / d;
+}
+
+/// Where an edge crosses a row between its ends, rounded as MulDiv rounds, for differences of any size.
 long Crossing(const CPoint &a, const CPoint &b, long y) {
-  const Wide down = static_cast<long>(b.y) - a.y;
-  const Wide product = Wide{y - a.y} * (static_cast<long>(b.x) - a.x);
-  const Wide half = (down < 0 ? -down : down) / 2;
-  const Wide rounded =
-      ((product < 0) == (down < 0) ? product + (down < 0 ? -half : half) : product - (down < 0 ? -half : half)) / down;
-  return a.x + static_cast<long>(rounded);
+  const long down = static_cast<long>(b.y) - a.y, across = static_cast<long>(b.x) - a.x;
+  const long most = long{1} << 31;
+  if (down > -most && down < most && across > -most && across < most) return a.x + Rounded((y - a.y) * across, down);
+  return a.x + static_cast<long>(Rounded(Wide{y - a.y} * across, Wide{down}));
 }
 
 LONG Saturated(long n) {

@@ -152,6 +152,11 @@ struct Ways {
   W even, odd;
   Ways(V v, V end) : even(hn::Sub(Even(end), Even(v))), odd(hn::Sub(Odd(end), Odd(v))) {}
   void Go() { even = hn::Sub(even, hn::ShiftRight<3>(even)), odd = hn::Sub(odd, hn::ShiftRight<3>(odd)); }
+  /// Whether none of them goes any further: floor(w / 8) is 0 from 0 to 7.
+  static bool AreShort(const Ways &a, const Ways &b, const Ways &c) {
+    const W any = hn::Or(hn::Or(hn::Or(a.even, a.odd), hn::Or(b.even, b.odd)), hn::Or(c.even, c.odd));
+    return hn::AllTrue(SignedWords(), hn::Eq(hn::ShiftRight<3>(any), hn::Zero(SignedWords())));
+  }
   V From(V end) const { return Merge(hn::Sub(Even(end), even), hn::Sub(Odd(end), odd)); }
 };
 
@@ -173,6 +178,7 @@ long MoveRows(unsigned char *line, const LineColor &color, int rows, long bytes)
   long i = 0;
   for (; i + 3 * lanes <= bytes; i += 3 * lanes) {
     Ways w0 = start(i, c.c0), w1 = start(i + lanes, c.c1), w2 = start(i + 2 * lanes, c.c2);
+    if (Ways::AreShort(w0, w1, w2)) continue;                  // drawn over before: pixels as near as that stay
     for (int r = 0; r < rows; ++r) w0.Go(), w1.Go(), w2.Go();  // side by side: each is a chain
     finish(i, w0, c.c0), finish(i + lanes, w1, c.c1), finish(i + 2 * lanes, w2, c.c2);
   }
