@@ -84,20 +84,6 @@ void Rgb24To48(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < 3 * n; ++i) dst[2 * i] = dst[2 * i + 1] = src[i];
 }
 
-// Maps ---------------------------------------------------------------------------------------------------------------
-
-void MapBytes(unsigned char *line, long n, const unsigned char *map) {
-  for (long i = 0; i < n; ++i) line[i] = map[line[i]];
-}
-
-void Map24(unsigned char *line, long n, const unsigned char *map) {
-  for (long i = 0; i < n; ++i, line += 3) {
-    line[0] = map[512 + line[0]];
-    line[1] = map[256 + line[1]];
-    line[2] = map[line[2]];
-  }
-}
-
 // Reversal -----------------------------------------------------------------------------------------------------------
 
 namespace {

@@ -53,7 +53,7 @@ int PQel::CombineImage(PQel *pSrc, PQel *pMask, POINT *pPoint, RECT *pRect) {
   };
   const qel::ops::Mix mix = qel::ops::kMixes[m_nImageType];
   const bool bInStore = GetBitCount() >= 8 && m_pMem->GetMirrorMem() == nullptr;
-  const bool bMaskInStore = pMask != this && pMask->GetBitCount() == 8 && s.right <= pMask->GetImageWidth();
+  const bool bMaskInStore = pMask != this && pMask->GetBitCount() == 8 && s.IsInside(*pMask);
   qel::mem::StoreGroup stores = {{m_pMem, pSrc->m_pMem, pMask->m_pMem}};
   for (long l = s.Height() - 1; l >= 0; --l) {
     const long lRow = s.top + l;
@@ -61,7 +61,7 @@ int PQel::CombineImage(PQel *pSrc, PQel *pMask, POINT *pPoint, RECT *pRect) {
     unsigned char *pFrom = pTo && pSrc != this ? stored(*pSrc, s.left, lWidth, lRow) : nullptr;
     if (pFrom == nullptr) pSrc->GetHorLine(s.left, s.right - 1, lRow, pFrom = pSpan);
     unsigned char *pMaskRow = nullptr;
-    if (pTo && bMaskInStore && lRow < pMask->m_lHeight) pMaskRow = stored(*pMask, s.left, lWidth, lRow);
+    if (pTo && bMaskInStore) pMaskRow = stored(*pMask, s.left, lWidth, lRow);
     if (pMaskRow == nullptr) ReadLevels(*pMask, s.left, s.right - 1, lRow, pMask->m_bRepeat, pMaskRow = pLevels);
     if (pTo == nullptr) {
       MixHorLineWithGrayMask(area.x, area.x + lWidth - 1, area.y + l, pFrom, pMaskRow);

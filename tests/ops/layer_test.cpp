@@ -209,18 +209,19 @@ TEST_F(Layers, RectanglesAreCopiedThroughTheirMask) {
 }
 
 TEST_F(Layers, RepeatingSourcesAndMasksTile) {
-  for (const bool watched : {false, true}) {
+  for (const bool tiledMask : {false, true}) {
     Probe target, tile, mask, deep;
     NaiveImage to = Fill(target, 1, 12, 9), from = Fill(tile, 1, 5, 4), levels = Fill(mask, 5, 3, 2);
     Fill(deep, 1, 12, 9);
     tile.SetRepeat(0, 0);
-    mask.SetRepeat(0, 0);
-    if (watched) Watch(target);
+    if (tiledMask) mask.SetRepeat(0, 0);
     RECT all = {-2, -1, 10, 8};
     for (long y = 0; y < 9; ++y)
-      for (long x = 0; x < 12; ++x)
-        to.At(x, y) = Mixed(1, to.At(x, y), from.At((x + 3) % 5, (y + 3) % 4),
-                            static_cast<unsigned>(levels.At((x + 1) % 3, (y + 1) % 2)));
+      for (long x = 0; x < 12; ++x) {
+        const bool masked = tiledMask || (x >= 2 && x < 5 && y >= 1 && y < 3);
+        const std::uint64_t level = masked ? levels.At((x + 1) % 3, (y + 1) % 2) : 255;
+        to.At(x, y) = Mixed(1, to.At(x, y), from.At((x + 3) % 5, (y + 3) % 4), static_cast<unsigned>(level));
+      }
     ASSERT_EQ(target.CombineImage(&tile, &mask, nullptr, &all), 1);
     EXPECT_EQ(Stored(target), to);
     EXPECT_EQ(target.CombineImage(&mask, &mask, nullptr, nullptr), 0);
