@@ -19,9 +19,9 @@ enum Operation : unsigned int {
 
 constexpr int kOwnType = 10;
 
-/// The type that a rescaling makes.
-int RescaledType(PQel &source, unsigned int nOperation) {
-  return nOperation == kRescaleTo24 ? 1 : nOperation == kRescaleToGray ? 5 : source.GetImageType();
+/// The type of the destination.
+int TypeOf(unsigned int nOperation) {
+  return nOperation == kRescaleTo24 ? 1 : nOperation == kRescaleToGray ? 5 : kOwnType;
 }
 
 }  // namespace
@@ -55,10 +55,8 @@ int PQel::GenerateImage(PQel *pSource, unsigned int nOperation, long lWidth, lon
 
   if (pSource == nullptr || !IsEmpty()) return 0;
   const bool bTurn = nOperation == kTurnLeft || nOperation == kTurnRight;
-  const int nType = bTurn ? kOwnType : RescaledType(*pSource, nOperation);
-  const bool bOwn = nType == kOwnType || nType == pSource->GetImageType();
   if (bTurn) lWidth = pSource->m_lHeight, lHeight = pSource->GetImageWidth();
-  if (!CreateImage(pSource->GetBI(), lWidth, lHeight, bOwn ? kOwnType : nType, nMemFlags, bBlock, 0)) return 0;
+  if (!CreateImage(pSource->GetBI(), lWidth, lHeight, TypeOf(nOperation), nMemFlags, bBlock, 0)) return 0;
   const int nResult = nOperation == kTurnLeft    ? RotateImageLeft(pSource)
                       : nOperation == kTurnRight ? RotateImageRight(pSource)
                                                  : RescaleImage(pSource);

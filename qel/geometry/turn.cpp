@@ -1,7 +1,8 @@
 // Quarter turns, tile by tile, so that in block layout each tile touches few blocks.
 //
 // A tile is read in strips of rows, transposed in memory and written in strips of rows: written column by column, every
-// pixel would touch another row of the store. With a hook it is columns all the same, since the hook is told of each.
+// pixel would touch another row of the store. With a hook it is columns all the same, since the hook is told of each,
+// and in repeat mode too, where a row of the plane is cut into runs in another way than a column.
 
 #include <algorithm>
 #include <utility>
@@ -92,7 +93,8 @@ int PQel::xRotateBlock(PQel *pSource, POINT *pDest, RECT *pRect, bool bLeft) {
   const Tile tile(*pRect, *pDest);
   if (pSource->GetBitCount() != GetBitCount() || !tile.Fits(*pSource, *this)) return 0;
   if (tile.width == 0 || tile.height == 0) return 1;
-  const bool bSeen = m_pfnHook != nullptr || pSource->m_pfnHook != nullptr;
+  const auto isWatched = [](const PQel *p) { return p->m_bRepeat || p->m_pfnHook != nullptr; };
+  const bool bSeen = isWatched(this) || isWatched(pSource);
   return bSeen ? TurnColumns(*this, *pSource, tile, bLeft) : TurnStrips(*this, *pSource, tile, bLeft);
 }
 
@@ -107,7 +109,8 @@ int PQel::xRotateBlockRight(PQel *pSource, POINT *pDest, RECT *pRect) {
 /// Turns the source tile by tile, those of its columns outside, those of its rows inside.
 int PQel::xRotateImage(PQel *pSource, bool bLeft) {
   if (!xCanTurn(pSource)) return 0;
-  const bool bSeen = m_pfnHook != nullptr || pSource->m_pfnHook != nullptr;
+  const auto isWatched = [](const PQel *p) { return p->m_bRepeat || p->m_pfnHook != nullptr; };
+  const bool bSeen = isWatched(this) || isWatched(pSource);
   // Tiles of narrow pixels may be larger where nobody sees them: rows of 32 bytes cost more than what they hold.
   const long lLinearEdge = bSeen ? kTileEdge : std::max(kTileEdge * 8 / GetBitCount(), kTileEdge);
   const long lEdge = m_bBlock ? m_lBlockSize : lLinearEdge;

@@ -420,15 +420,15 @@ class QEL_API PQel : public CObject {
 
   // Blur (ops/blur.cpp) ----------------------------------------------------------------------------------------------
 
-  /// Width of the kernel of a Gaussian blur: an odd number, 1 for a sigma below 0.1; 0 when memory is short.
+  /// Width of the kernel of a Gaussian blur: an odd number, 1 for a sigma below 0.1; 0 for infinity and NaN.
   int GetGaussianFilterWidth(double sigma);
 
   /// Blurs an area of `pSrc` (null: this image) into this image, with a standard deviation of `sigma` pixels. 8 bits
-  /// and fewer are blurred as gray levels, deeper images as 24-bit pixels. 0 for a sigma that is not above 0, an area
-  /// (null: the whole image) that is empty or not inside both images, and when memory is short.
+  /// and fewer are blurred as gray levels, from no deeper source, deeper images as 24-bit pixels. 0 for a sigma not
+  /// above 0 or infinite, an area (null: the whole image) that is empty or not inside both images, and without memory.
   int GaussianBlur(PQel *pSrc, double sigma, RECT *pArea);
 
-  /// Moves a gray line by (256 - |nShift|) / 256 of a pixel toward higher indices, in place; 0 does nothing.
+  /// Moves a gray line by (256 - |nShift|) / 256 of a pixel toward higher indices, in place. 0 or above 256: none.
   static void SlantGrayLine(int nShift, BYTE *pLine, int nCount);
 
   // Raster primitives (draw/runs.cpp, draw/rectangle.cpp, draw/ellipse.cpp, draw/quadrilateral.cpp) ------------------
@@ -506,9 +506,9 @@ class QEL_API PQel : public CObject {
   // Free rotation (geometry/rotate.cpp) ------------------------------------------------------------------------------
 
   /// Becomes the 24-bit (256-gray) image of a source turned counter-clockwise by nAngle degrees, large enough to hold
-  /// it; each pixel is the average of nSample x nSample points (1 to 256). Uncovered points take `dwBackground` (red in
-  /// the low byte; for gray the level), or the nearest edge pixel. 0 for null or this image as source, and when the
-  /// image cannot be created (this image is empty then).
+  /// it; whole turns give a copy in the source's format. Each pixel is the average of nSample x nSample points (1 to
+  /// 256). Uncovered points take `dwBackground` (red in the low byte; for gray the level), or the nearest edge pixel.
+  /// 0 for null or this image as source, and when the image cannot be created (this image is empty then).
   int Rotate24bitImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground);
   int Rotate24bitImage(PQel *pSource, int nAngle, int nSample);
   int RotateGrayImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground);

@@ -87,6 +87,33 @@ TEST(Turns, MoveEveryPixelOfEveryFormat) {
         }
 }
 
+TEST(Turns, WriteTheColumnsOfARepeatingPlane) {
+  std::mt19937 random(9);
+  for (const int type : {0, 1, 2, 3, 9})
+    for (const bool left : {false, true}) {
+      PQel source, dest, columns;
+      ASSERT_TRUE(source.CreateImage(type, 30, 20, 0, nullptr, 0, 0, 1, 0, 0));
+      NaiveImage expected(20, 30, source.GetBitCount()), actual = expected, content(30, 20, source.GetBitCount());
+      content.Randomise(random);
+      content.Store(source);
+      for (PQel *image : {&dest, &columns}) {
+        ASSERT_TRUE(image->CreateImage(type, 20, 30, 0, nullptr, 0, 0, 1, 0, 0));
+        image->Clear(0);
+        image->SetRepeat(7, 11);
+      }
+      ASSERT_TRUE(left ? dest.RotateImageLeft(&source) : dest.RotateImageRight(&source));
+      unsigned char line[200], work[200];
+      for (long i = 19; i >= 0; --i) {
+        ASSERT_TRUE(left ? source.GetRevHorLine(0, 29, i, line, work) : source.GetHorLine(0, 29, i, line));
+        ASSERT_TRUE(columns.PutVerLine(left ? i : 19 - i, 0, 29, line));
+      }
+      for (PQel *image : {&dest, &columns}) image->EnableRepeat(0);
+      expected.Load(columns);
+      actual.Load(dest);
+      EXPECT_TRUE(actual == expected) << "type " << type << (left ? " left" : " right");
+    }
+}
+
 TEST(Mirrors, WorkInPlaceAndAreUndone) {
   std::mt19937 random(7);
   for (const int type : {0, 1, 2, 3, 6, 9})
@@ -155,6 +182,10 @@ TEST(GenerateImageByCode, MakesTheDestinationThatTheOperationWants) {
     EXPECT_EQ(result.GetImageWidth(), 15);
     EXPECT_EQ(result.GetImageHeight(), 20);
   }
+  PQel deep, deeper;  // a type that the code names has its own table, also from a source of that type without one
+  ASSERT_TRUE(deep.CreateImage(1, 3, 3, 0, nullptr, 0, 0, 1, 0, 0));
+  ASSERT_TRUE(deeper.GenerateImage(&deep, 7, 2, 2, 15, 0, 0));
+  EXPECT_EQ(deeper.GetBIH()->biClrUsed, 256u);
   PQel refused;
   EXPECT_FALSE(refused.GenerateImage(&source, 8, 15, 10, 15, 0, 0));  // colours become no gray levels
   PQel negative, empty;
