@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "qel/fileio/dib_format.h"
+#include "qel/fileio/file_access.h"
 #include "qel/image/image.h"
 
 namespace qel::fileio {
@@ -30,22 +31,6 @@ struct DibHeaders {
   DWORD nRowsOffset;  // from the start of the file header
   RGBQUAD colours[kMaxColours];
 };
-
-/// Reads until nCount bytes are there or the file ends; returns the count read.
-unsigned long ReadUpTo(CFile &file, BYTE *pBuf, unsigned long nCount) {
-  constexpr unsigned long kLargestRead = 1ul << 30;
-  unsigned long nDone = 0;
-  while (nDone < nCount) {
-    const UINT nRead = file.Read(pBuf + nDone, static_cast<UINT>(std::min(nCount - nDone, kLargestRead)));
-    if (nRead == 0) break;
-    nDone += nRead;
-  }
-  return nDone;
-}
-
-bool ReadWhole(CFile &file, void *pBuf, unsigned long nCount) {
-  return ReadUpTo(file, static_cast<BYTE *>(pBuf), nCount) == nCount;
-}
 
 /// Type after the bit count; of the two 16-bit layouts, 5-5-5 is told by its red mask or by the lack of masks.
 int GetTypeOf(const DibInfo &info, DWORD nRedMask) {
@@ -162,13 +147,6 @@ bool ReadThroughRows(CFile &file, PQel &image, const RowPlan &plan, bool bTopDow
   return ReadCutRow(file, image, GetRowAt(plan.nRows, nImageRows, bTopDown), plan.nTail);
 }
 
-// Names --------------------------------------------------------------------------------------------------------------
-
-bool HasExtension(const char *pszName) {
-  const char *pDot = std::strrchr(pszName, '.');
-  return pDot && !std::strpbrk(pDot, "/\\");
-}
-
 }  // namespace
 }  // namespace qel::fileio
 
@@ -203,13 +181,8 @@ int PQel::ReadDIBFile(CFile &file, int nMemFlags, int bBlock, int bUndo) {
 }
 
 int PQel::OpenDIBImage(const char *pszName) {
-  if (!pszName || !*pszName) return 0;
-  constexpr UINT kMode = CFile::modeRead | CFile::shareDenyWrite;
   CFile file;
-  if (!file.Open(pszName, kMode)) {
-    if (HasExtension(pszName)) return 0;
-    if (!file.Open(CString(pszName) + ".bmp", kMode)) return 0;
-  }
+  if (!OpenNamed(file, pszName, ".bmp")) return 0;
   const int nResult = ReadDIBFile(file, kAllStores, 0, 0);
   file.Close();
   return nResult;

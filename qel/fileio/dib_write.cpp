@@ -5,19 +5,11 @@
 #include <algorithm>
 
 #include "qel/fileio/dib_format.h"
+#include "qel/fileio/file_access.h"
 #include "qel/image/image.h"
 
 namespace qel::fileio {
 namespace {
-
-void WriteWhole(CFile &file, const BYTE *pBuf, unsigned long nCount) {
-  constexpr unsigned long kLargestWrite = 1ul << 30;
-  for (unsigned long nDone = 0; nDone < nCount;) {
-    const unsigned long nNow = std::min(nCount - nDone, kLargestWrite);
-    file.Write(pBuf + nDone, static_cast<UINT>(nNow));
-    nDone += nNow;
-  }
-}
 
 /// The size field holds the low 32 bits of what is larger.
 void WriteFileHeader(CFile &file, DWORD nInfoBytes, DWORD nImageBytes) {
@@ -73,11 +65,8 @@ int PQel::WriteDIBFile(CFile &file) {
 }
 
 int PQel::SaveDIB(const char *pszName, int bAppendExtension) {
-  if (IsEmpty() || !pszName || !*pszName) return 0;
-  CString strName(pszName);
-  if (bAppendExtension) strName += ".bmp";
   CFile file;
-  if (!file.Open(strName, CFile::modeCreate | CFile::modeReadWrite | CFile::shareExclusive)) return 0;
+  if (IsEmpty() || !CreateNamed(file, pszName, ".bmp", bAppendExtension != 0)) return 0;
   const int nResult = WriteDIBFile(file);
   file.Close();
   return nResult;
