@@ -186,6 +186,7 @@ TEST_F(Layers, RectanglesAreCopiedThroughTheirMask) {
     RECT rect = {static_cast<LONG>(Between(-5, 15)), static_cast<LONG>(Between(-5, 10)), 0, 0};
     rect.right = rect.left + static_cast<LONG>(Between(0, 25));
     rect.bottom = rect.top + static_cast<LONG>(Between(0, 20));
+    if (self && random() % 2) at.y = rect.top;  // rows that are moved within themselves
     for (long y = rect.bottom - 1; y >= rect.top; --y) {
       NaiveImage row = self ? to : from;  // as it is before this row is written
       for (long x = rect.left; x < rect.right; ++x) {
@@ -211,15 +212,17 @@ TEST_F(Layers, RectanglesAreCopiedThroughTheirMask) {
 TEST_F(Layers, RepeatingSourcesAndMasksTile) {
   for (const bool tiledMask : {false, true}) {
     Probe target, tile, mask, deep;
-    NaiveImage to = Fill(target, 1, 12, 9), from = Fill(tile, 1, 5, 4), levels = Fill(mask, 5, 3, 2);
+    NaiveImage to = Fill(target, 1, 12, 9), from = Fill(tile, 1, 5, 4),
+               levels = Fill(mask, 5, tiledMask ? 3 : 30, tiledMask ? 2 : 20);
     Fill(deep, 1, 12, 9);
     tile.SetRepeat(0, 0);
     if (tiledMask) mask.SetRepeat(0, 0);
     RECT all = {-2, -1, 10, 8};
     for (long y = 0; y < 9; ++y)
       for (long x = 0; x < 12; ++x) {
-        const bool masked = tiledMask || (x >= 2 && x < 5 && y >= 1 && y < 3);
-        const std::uint64_t level = masked ? levels.At((x + 1) % 3, (y + 1) % 2) : 255;
+        const std::uint64_t level = tiledMask          ? levels.At((x + 1) % 3, (y + 1) % 2)
+                                    : x >= 2 && y >= 1 ? levels.At(x - 2, y - 1)
+                                                       : 255;
         to.At(x, y) = Mixed(1, to.At(x, y), from.At((x + 3) % 5, (y + 3) % 4), static_cast<unsigned>(level));
       }
     ASSERT_EQ(target.CombineImage(&tile, &mask, nullptr, &all), 1);
@@ -246,13 +249,14 @@ TEST_F(Layers, LayersAreCompositedWhateverTheirSizes) {
       if (random() % 4 == 0) Watch(image);
     };
     Probe upper, mask, layer, below, expected;
-    Fill(upper, type, 31, 12, keepings[random() % keepings.size()]);
+    const NaiveImage untouched = Fill(upper, type, 31, 12, keepings[random() % keepings.size()]);
     make(mask, 5);
+    const NaiveImage untouchedMask = Stored(mask);
     make(layer, layerType);
     make(below, random() % 4 ? 5 : 0);
     if (random() % 3 == 0) layer.SetRepeat(0, 0);
-    if (random() % 3 == 0) upper.EnableUndo(1);
-    if (random() % 4 == 0) mask.EnableUndo(1);
+    const bool undo = kBits[type] > 8 && random() % 3 == 0 && upper.EnableUndo(1);
+    const bool undoMask = random() % 4 == 0 && mask.EnableUndo(1);
     PQel *const pLayer = random() % 8 ? &layer : nullptr, *const pBelow = random() % 8 ? &below : nullptr;
 
     ASSERT_TRUE(expected.GenerateImage(&upper, 1, 0, 0));
@@ -289,6 +293,8 @@ TEST_F(Layers, LayersAreCompositedWhateverTheirSizes) {
     ASSERT_EQ(upper.CombineLayer(&mask, pLayer, pBelow), 1);
     ASSERT_EQ(Stored(upper), Stored(expected)) << "type " << type << " round " << round;
     ASSERT_EQ(Stored(mask), levels) << "type " << type << " round " << round;
+    if (undo && upper.DoUndo()) ASSERT_EQ(Stored(upper), untouched);
+    if (undoMask && mask.DoUndo()) ASSERT_EQ(Stored(mask), untouchedMask);
   }
 }
 
@@ -298,10 +304,10 @@ TEST_F(Layers, MapsChangeEveryPixel) {
   for (int type = 0; type < 10; ++type) {
     for (const Keeping &keeping : test::AllKeepings()) {
       Probe image, expected;
-      Fill(image, type, 29, 7, keeping);
+      const NaiveImage untouched = Fill(image, type, 29, 7, keeping);
       ASSERT_TRUE(expected.GenerateImage(&image, 1, 0, 0));
       if (random() % 3 == 0) Watch(image);
-      if (random() % 3 == 0) image.EnableUndo(1);
+      const bool undo = random() % 2 && image.EnableUndo(1);
       Line map(1024), line(87);
       for (auto &m : map) m = static_cast<unsigned char>(random());
       Line through = map;
@@ -318,6 +324,8 @@ TEST_F(Layers, MapsChangeEveryPixel) {
       ASSERT_EQ(image.DoMap(map.data()), 1);
       ASSERT_EQ(map, through);
       ASSERT_EQ(Stored(image), Stored(expected)) << "type " << type;
+      if (undo) ASSERT_EQ(image.DoUndo(), 1);
+      if (undo) ASSERT_EQ(Stored(image), untouched) << "type " << type;
     }
   }
 }
