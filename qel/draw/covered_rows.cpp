@@ -31,7 +31,8 @@ PQel::CoveredRows::CoveredRows(PQel &image, long long llColor)
     : m_image(image),
       m_llColor(llColor),
       m_nChannels(image.GetBitCount() <= 8 ? 1 : 3),
-      m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !image.m_bUndo && image.m_nImageType != 8),
+      m_bMirror(image.m_pMem->GetMirrorMem() != nullptr),
+      m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !m_bMirror && image.m_nImageType != 8),
       m_pRows(nullptr) {
   const auto dwWidth = static_cast<unsigned long>(image.GetImageWidth());
   if (!m_bInPlace && m_lines.AllocMemory(GMEM_MOVEABLE, 2 * 3 * dwWidth) == nullptr) return;
@@ -52,29 +53,32 @@ void PQel::CoveredRows::Add(long x1, long x2, long y) {
   x2 = std::min(x2, kSubPixels * m_image.GetImageWidth() - 1);
   if (x1 > x2) return;
   Row &row = m_pRows[y / kSubPixels];
-  if (row.runs == kMostRuns) Draw(y / kSubPixels);
+  const long p1 = x1 / kSubPixels, p2 = x2 / kSubPixels;
+  // Pixels that no run touches are not to be written: 32-bit ones would lose their fourth byte.
+  if (row.runs == kMostRuns || p1 > row.last + 1 || p2 < row.first - 1) Draw(y / kSubPixels);
+  row.first = row.runs == 0 ? p1 : std::min(row.first, p1);
+  row.last = row.runs == 0 ? p2 : std::max(row.last, p2);
   row.run[row.runs++] = {x1, x2};
 }
 
 void PQel::CoveredRows::Draw(long y) {
   Row &row = m_pRows[y];
   if (row.runs == 0) return;
-  long lFirst = row.run[0].x1, lLast = row.run[0].x2, lFullFirst = lFirst, lFullEnd = lLast + 1;
+  const long lFirst = row.first, lLast = row.last;
+  long lFullFirst = row.run[0].x1, lFullEnd = row.run[0].x2 + 1;
   for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
-    lFirst = std::min(lFirst, run.x1), lLast = std::max(lLast, run.x2);
     lFullFirst = std::max(lFullFirst, run.x1), lFullEnd = std::min(lFullEnd, run.x2 + 1);
   }
-  lFirst /= kSubPixels, lLast /= kSubPixels;
   lFullFirst = (lFullFirst + kSubPixels - 1) / kSubPixels, lFullEnd /= kSubPixels;
 
   if (m_bInPlace) {
     unsigned char *const pLine = m_image.m_pMem->GetPointer() + m_image.xGetRowOffset(lFirst * m_nChannels, y);
     m_image.InvalidateLine(lFirst, lLast, y);
-    DrawRuns(row, {lFirst, pLine, pLine}, lLast, lFullFirst, lFullEnd);
+    DrawRuns(row, {lFirst, pLine, pLine}, lFullFirst, lFullEnd);
   } else if (unsigned char *const pLine = m_lines.GetPointer(); pLine != nullptr) {
-    unsigned char *const pBase = m_image.m_bUndo ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
+    unsigned char *const pBase = m_bMirror ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
     if (m_image.xReadForCover({lFirst, lLast, y, false}, pLine, pBase)) {
-      DrawRuns(row, {lFirst, pLine, pBase}, lLast, lFullFirst, lFullEnd);
+      DrawRuns(row, {lFirst, pLine, pBase}, lFullFirst, lFullEnd);
       if (m_nChannels == 1)
         m_image.PutGrayHorLine(lFirst, lLast, y, pLine);
       else
@@ -85,12 +89,12 @@ void PQel::CoveredRows::Draw(long y) {
 }
 
 /// Draws a row's runs, the pixels that all of them cover in full at once.
-void PQel::CoveredRows::DrawRuns(const Row &row, const Line &line, long lLast, long lFullFirst, long lFullEnd) const {
-  if (lFullFirst >= lFullEnd) return DrawPart(line, row, line.first, lLast);
-  DrawPart(line, row, line.first, lFullFirst - 1);
+void PQel::CoveredRows::DrawRuns(const Row &row, const Line &line, long lFullFirst, long lFullEnd) const {
+  if (lFullFirst >= lFullEnd) return DrawPart(line, row, row.first, row.last);
+  DrawPart(line, row, row.first, lFullFirst - 1);
   const long lAt = (lFullFirst - line.first) * m_nChannels;
   qel::lines::CoverFully(line.pixels + lAt, line.base + lAt, m_llColor, row.runs, lFullEnd - lFullFirst, m_nChannels);
-  DrawPart(line, row, lFullEnd, lLast);
+  DrawPart(line, row, lFullEnd, row.last);
 }
 
 /// Draws the runs one by one into the pixels lFirst to lLast: outer pixels by the part that a run holds, others in

@@ -31,18 +31,20 @@ class PQel::CoveredRows {
     long x1, x2;
   };
   struct Row {
+    long first, last;  // pixels under its runs, without a gap between them
     int runs;
     Run run[kMostRuns];
   };
   struct Line;
 
   void Draw(long y);
-  void DrawRuns(const Row &row, const Line &line, long lLast, long lFullFirst, long lFullEnd) const;
+  void DrawRuns(const Row &row, const Line &line, long lFullFirst, long lFullEnd) const;
   void DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const;
 
   PQel &m_image;
   const long long m_llColor;
   const int m_nChannels;
+  const bool m_bMirror;   // a snapshot is kept, or was: its pages are saved before they change
   const bool m_bInPlace;  // the pixels can be changed where they lie
   PMem m_lines;           // or else the current line and the base line
   PMem m_memRows;

@@ -6,6 +6,7 @@
 // make a full row.
 
 #include <algorithm>
+#include <climits>
 
 #include "qel/image/image.h"
 #include "qel/lines/coverage.h"
@@ -152,6 +153,7 @@ int PQel::xCoverSpan(const LineSpan &span, long long llColor) {
 /// Clips a run to the image, unless it repeats, and draws what is left of it.
 int PQel::xDrawRun(LineSpan span, long long llColor) {
   long &lFirst = span.vertical ? span.b : span.a, &lLast = span.vertical ? span.c : span.b;
+  if (IsEmpty()) return 1;
   if (!m_bRepeat) {
     const long lScale = m_bAntiAlias ? kSubPixels : 1;
     const long lWidth = lScale * GetImageWidth(), lHeight = lScale * m_lHeight;
@@ -161,6 +163,7 @@ int PQel::xDrawRun(LineSpan span, long long llColor) {
     lLast = std::min(lLast, (span.vertical ? lHeight : lWidth) - 1);
   }
   if (lFirst > lLast) return 1;
+  if (lLast == LONG_MAX) return 0;  // it has no end that could be counted to
   return m_bAntiAlias ? xCoverSpan(span, llColor) : xFillSpan(span, llColor);
 }
 

@@ -441,7 +441,7 @@ class QEL_API PQel : public CObject {
   int DrawHorLine(long x1, long x2, long y, long long llColor);
   int DrawVerLine(long x, long y1, long y2, long long llColor);
 
-  /// A rectangle (null: the whole image).
+  /// A rectangle (null: the whole image, by Clear, with the colour as it takes it).
   int FillRect(RECT *pRect, long long llColor);
 
   /// The ellipse inscribed in a rectangle (null: the whole image).
@@ -453,6 +453,16 @@ class QEL_API PQel : public CObject {
 
   /// A quadrilateral, row by row from its outermost crossings.
   int Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long long llColor);
+
+  /// Their inner forms. A run is one sub-pixel row or column in anti-alias mode; a rectangle is not cut (null gives 0);
+  /// the two mirrored spans of a step of FillCircle; the extent of a quadrilateral on a row (0: it has none there); a
+  /// band of a width around a line.
+  int xDrawHorLine(long x1, long x2, long y, long long llColor);
+  int xDrawVerLine(long x, long y1, long y2, long long llColor);
+  int xFillRect(RECT *pRect, long long llColor);
+  int xSet4Pixel(RECT *pRect, long lX, long lY, long long llColor);
+  int xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long y, long &xMin, long &xMax);
+  int xDrawWideLine(long lWidth, long x1, long y1, long x2, long y2, long long llColor);
 
   // Conversion of whole images (convert/convert_image.cpp) -----------------------------------------------------------
 
@@ -694,13 +704,6 @@ class QEL_API PQel : public CObject {
   int xReadForCover(const LineSpan &pixels, unsigned char *pLine, unsigned char *pBase);
   int xDrawRun(LineSpan span, long long llColor);
   int xFillEllipseUpwards(const RECT &rc, long long llColor);
-
-  int xDrawHorLine(long x1, long x2, long y, long long llColor);
-  int xDrawVerLine(long x, long y1, long y2, long long llColor);
-  int xFillRect(RECT *pRect, long long llColor);
-  int xSet4Pixel(RECT *pRect, long lX, long lY, long long llColor);
-  int xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long y, long &xMin, long &xMax);
-  int xDrawWideLine(long lWidth, long x1, long y1, long x2, long y2, long long llColor);
 
   // Turns and rescaling ----------------------------------------------------------------------------------------------
 

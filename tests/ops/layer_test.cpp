@@ -227,6 +227,14 @@ TEST_F(Layers, RepeatingSourcesAndMasksTile) {
       }
     ASSERT_EQ(target.CombineImage(&tile, &mask, nullptr, &all), 1);
     EXPECT_EQ(Stored(target), to);
+    mask.EnableRepeat(0);  // covers the pixels of the source from its own corner on, and nothing before it
+    for (long y = 0; y < 2; ++y)
+      for (long x = 0; x < 3; ++x)
+        to.At(x + 4, y + 2) = Mixed(1, to.At(x + 4, y + 2), from.At(x, y), static_cast<unsigned>(levels.At(x, y)));
+    POINT at = {2, 1};
+    all = {-2, -1, 3, 2};
+    ASSERT_EQ(target.CombineImage(&tile, &mask, &at, &all), 1);
+    ASSERT_EQ(Stored(target), to);
     EXPECT_EQ(target.CombineImage(&mask, &mask, nullptr, nullptr), 0);
     EXPECT_EQ(target.CombineImage(&deep, &deep, nullptr, nullptr), 0);
     EXPECT_EQ(Stored(target), to);
