@@ -24,8 +24,8 @@ int Run(int argc, char **argv) {
   CLI::App app("Reads, shows and converts pictures in every depth, store and layout.", "qel");
   app.set_version_flag("--version", "qel " QEL_VERSION);
   app.require_subcommand(1);
-  for (const auto add : {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn, AddRotate, AddBlur,
-                         AddCompare, AddCard, AddScene})
+  for (const auto add : {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn, AddRotate, AddBlur, AddMask,
+                         AddShadow, AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene})
     add(app, status);
   try {
     app.parse(argc, argv);

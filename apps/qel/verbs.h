@@ -7,15 +7,20 @@
 namespace app {
 
 void AddBlur(CLI::App &app, int &status);
+void AddBorder(CLI::App &app, int &status);
+void AddBounds(CLI::App &app, int &status);
 void AddCard(CLI::App &app, int &status);
 void AddCompare(CLI::App &app, int &status);
+void AddCompose(CLI::App &app, int &status);
 void AddConvert(CLI::App &app, int &status);
 void AddGallery(CLI::App &app, int &status);
 void AddInfo(CLI::App &app, int &status);
+void AddMask(CLI::App &app, int &status);
 void AddPalette(CLI::App &app, int &status);
 void AddResize(CLI::App &app, int &status);
 void AddRotate(CLI::App &app, int &status);
 void AddScene(CLI::App &app, int &status);
+void AddShadow(CLI::App &app, int &status);
 void AddTurn(CLI::App &app, int &status);
 
 }  // namespace app
