@@ -6,6 +6,8 @@
 #include "qel/lines/byte_stream.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
@@ -32,47 +34,90 @@ using Block = hn::CappedTag<std::uint8_t, 16>;
 
 // Ends ---------------------------------------------------------------------------------------------------------------
 
+/// Finds where runs begin and end, from the front to the back of `n` bytes. Of one vector at a time it keeps as bits
+/// which bytes equal the next one and where three equal ones begin, so that short runs and blocks are told from a
+/// register instead of waiting for memory one after the other.
+class Scanner {
+ public:
+  Scanner(const unsigned char *src, long n) : m_src(src), m_n(n) {}
+
+  /// The first of three equal bytes from `i` on; `n` when there are none.
+  HWY_INLINE long FindRun(long i) {
+#if HWY_TARGET != HWY_SCALAR
+    for (; i < m_end || xMoveTo(i); i = m_end) {
+      const std::uint64_t found = m_runs >> (i - m_at);
+      if (found != 0) return i + std::countr_zero(found);
+    }
+#endif
+    for (; i + 2 < m_n; ++i)
+      if (m_src[i] == m_src[i + 1] && m_src[i] == m_src[i + 2]) return i;
+    return m_n;
+  }
+
+  /// The first byte from `i` on that does not equal byte `i`; `n` when there is none.
+  HWY_INLINE long FindRunEnd(long i) const {
+    const unsigned char value = m_src[i];
+#if HWY_TARGET != HWY_SCALAR
+    if (i < m_end) {
+      const std::uint64_t found = m_breaks >> (i - m_at);
+      if (found != 0) return i + std::countr_zero(found) + 1;
+      i = m_end;
+    }
+    if (xSkip(Bytes(), i, value) || xSkip(Block(), i, value)) return i;
+#endif
+    while (i < m_n && m_src[i] == value) ++i;
+    return i;
+  }
+
+ private:
+  const unsigned char *m_src;
+  long m_n;
+
 #if HWY_TARGET != HWY_SCALAR
 
-/// Moves `i` on by whole vectors, as far as `n`, to the first byte that `isEnd` marks; true when there is one.
-template <class D, class IsEnd>
-bool MoveToEnd(D d, long &i, long n, IsEnd isEnd) {
-  const long step = static_cast<long>(hn::Lanes(d));
-  for (; i + step <= n; i += step) {
-    const auto found = hn::FindFirstTrue(d, isEnd(d, i));
-    if (found >= 0) {
+  /// Looks at the vector at `i`; false when less than that and two more bytes are left.
+  HWY_INLINE bool xMoveTo(long i) {
+    const Bytes d;
+    const long lanes = static_cast<long>(hn::Lanes(d));
+    if (lanes > 64 || i + lanes + 2 > m_n) return false;
+    const auto second = hn::LoadU(d, m_src + i + 1);
+    const auto isSame = hn::Eq(hn::LoadU(d, m_src + i), second);
+    m_runs = xToBits(hn::And(isSame, hn::Eq(second, hn::LoadU(d, m_src + i + 2))));
+    m_breaks = xToBits(hn::Not(isSame));
+    m_at = i;
+    m_end = i + lanes;
+    return true;
+  }
+
+  template <class M>
+  static HWY_INLINE std::uint64_t xToBits(M mask) {
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(Bytes(), mask, bytes);
+    std::uint64_t bits;
+    std::memcpy(&bits, bytes, sizeof bits);
+    return bits;
+  }
+
+  /// Moves `i` on by whole vectors to the first byte that is not `value`; false when there is none in them.
+  template <class D>
+  HWY_INLINE bool xSkip(D d, long &i, unsigned char value) const {
+    const long lanes = static_cast<long>(hn::Lanes(d));
+    for (; i + lanes <= m_n; i += lanes) {
+      const auto found = hn::FindFirstTrue(d, hn::Ne(hn::LoadU(d, m_src + i), hn::Set(d, value)));
+      if (found < 0) continue;
       i += found;
       return true;
     }
+    return false;
   }
-  return false;
-}
+
+  long m_at = 0;               // the vector's first byte
+  long m_end = 0;              // the byte behind its last one
+  std::uint64_t m_runs = 0;    // bit k: three equal bytes begin at m_at + k
+  std::uint64_t m_breaks = 0;  // bit k: the byte behind m_at + k is another
 
 #endif
-
-/// The first byte from `i` on that is not `value`; `n` when there is none.
-HWY_INLINE long FindRunEnd(const unsigned char *src, long i, long n, unsigned char value) {
-#if HWY_TARGET != HWY_SCALAR
-  const auto differs = [=](auto d, long at) HWY_ATTR { return hn::Ne(hn::LoadU(d, src + at), hn::Set(d, value)); };
-  if (MoveToEnd(Bytes(), i, n, differs) || MoveToEnd(Block(), i, n, differs)) return i;
-#endif
-  while (i < n && src[i] == value) ++i;
-  return i;
-}
-
-/// The first of three equal bytes from `i` on; `n` when there are none.
-HWY_INLINE long FindRun(const unsigned char *src, long i, long n) {
-#if HWY_TARGET != HWY_SCALAR
-  const auto begins = [=](auto d, long at) HWY_ATTR {
-    const auto second = hn::LoadU(d, src + at + 1);
-    return hn::And(hn::Eq(hn::LoadU(d, src + at), second), hn::Eq(second, hn::LoadU(d, src + at + 2)));
-  };
-  if (MoveToEnd(Bytes(), i, n - 2, begins) || MoveToEnd(Block(), i, n - 2, begins)) return i;
-#endif
-  for (; i + 2 < n; ++i)
-    if (src[i] == src[i + 1] && src[i] == src[i + 2]) return i;
-  return n;
-}
+};
 
 // Moves --------------------------------------------------------------------------------------------------------------
 
@@ -103,17 +148,28 @@ HWY_INLINE void CopyLoosely(unsigned char *dst, const unsigned char *src, long c
   std::memcpy(dst, src, static_cast<std::size_t>(count));
 }
 
-/// Copies 1 to 127 bytes and touches no other.
+/// Copies as many bytes as two units hold, at least one unit: the units overlap.
+template <class Unit>
+HWY_INLINE void CopyEnds(unsigned char *dst, const unsigned char *src, long count) {
+  Unit first, last;
+  std::memcpy(&first, src, sizeof first);
+  std::memcpy(&last, src + count - sizeof last, sizeof last);
+  std::memcpy(dst, &first, sizeof first);
+  std::memcpy(dst + count - sizeof last, &last, sizeof last);
+}
+
+/// Copies up to 127 bytes and touches no other. Not a call of memcpy, which takes longer than most literal blocks.
 HWY_INLINE void CopyExactly(unsigned char *dst, const unsigned char *src, long count) {
-#if HWY_TARGET != HWY_SCALAR
-  const Block d;
   if (count >= 16) {
-    for (long i = 0; i < count - 16; i += 16) hn::StoreU(hn::LoadU(d, src + i), d, dst + i);
-    hn::StoreU(hn::LoadU(d, src + count - 16), d, dst + count - 16);
-    return;
+    for (long i = 0; i < count - 16; i += 16) std::memcpy(dst + i, src + i, 16);
+    std::memcpy(dst + count - 16, src + count - 16, 16);
+  } else if (count >= 8) {
+    CopyEnds<std::uint64_t>(dst, src, count);
+  } else if (count >= 4) {
+    CopyEnds<std::uint32_t>(dst, src, count);
+  } else {
+    for (long i = 0; i < count; ++i) dst[i] = src[i];
   }
-#endif
-  for (long i = 0; i < count; ++i) dst[i] = src[i];
 }
 
 // Commands -----------------------------------------------------------------------------------------------------------
@@ -137,8 +193,9 @@ HWY_INLINE unsigned char *PutRun(unsigned char *dst, long count, unsigned char v
 long PackBytes(unsigned char *dst, const unsigned char *src, long n) {
   unsigned char *p = dst;
   const unsigned char *const end = dst + PackedRoom(n);
+  Scanner scanner(src, n);
   for (long i = 0; i < n;) {
-    const long run = FindRun(src, i, n);
+    const long run = scanner.FindRun(i);
     while (i < run) {
       const long count = std::min(run - i, kLongestLiteral);
       *p++ = static_cast<unsigned char>(count);
@@ -147,7 +204,7 @@ long PackBytes(unsigned char *dst, const unsigned char *src, long n) {
       i += count;
     }
     if (i == n) break;
-    const long runEnd = FindRunEnd(src, i + 3, n, src[i]);
+    const long runEnd = scanner.FindRunEnd(i);
     p = PutRun(p, runEnd - i, src[i]);
     i = runEnd;
   }
