@@ -9,22 +9,6 @@ namespace {
 
 using namespace test;
 
-/// An image to lose: reading must leave it alone or replace it.
-void MakeOld(PQel &image) {
-  ASSERT_EQ(image.CreateImage(5, 3, 2, 0, nullptr, 10, 10, 1, 0, 0), 1);
-  for (long y = 0; y < 2; ++y) {
-    unsigned char row[4] = {static_cast<unsigned char>(7 + y), 8, 9, 10};
-    image.PutHorLine(y, row);
-  }
-}
-
-void ExpectOld(PQel &image) {
-  ASSERT_FALSE(image.IsEmpty());
-  ASSERT_EQ(image.GetImageWidth(), 3);
-  EXPECT_EQ(RowOf(image, 0), Bytes({7, 8, 9}));
-  EXPECT_EQ(RowOf(image, 1), Bytes({8, 8, 9}));
-}
-
 /// Resident bytes of this process.
 long ResidentBytes() {
   std::ifstream file("/proc/self/statm");

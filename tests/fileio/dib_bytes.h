@@ -119,6 +119,22 @@ inline Bytes RowOf(PQel &image, long y) {
   return row;
 }
 
+/// An image to lose: reading must leave it alone or replace it.
+inline void MakeOld(PQel &image) {
+  ASSERT_EQ(image.CreateImage(5, 3, 2, 0, nullptr, 10, 10, 1, 0, 0), 1);
+  for (long y = 0; y < 2; ++y) {
+    unsigned char row[4] = {static_cast<unsigned char>(7 + y), 8, 9, 10};
+    image.PutHorLine(y, row);
+  }
+}
+
+inline void ExpectOld(PQel &image) {
+  ASSERT_FALSE(image.IsEmpty());
+  ASSERT_EQ(image.GetImageWidth(), 3);
+  EXPECT_EQ(RowOf(image, 0), Bytes({7, 8, 9}));
+  EXPECT_EQ(RowOf(image, 1), Bytes({8, 8, 9}));
+}
+
 inline unsigned char Scale(std::uint64_t value, int levels) {
   return static_cast<unsigned char>((value * 255 + static_cast<std::uint64_t>(levels) / 2) /
                                     static_cast<std::uint64_t>(levels));
