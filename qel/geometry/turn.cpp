@@ -12,8 +12,10 @@
 
 namespace {
 
-constexpr long kTileEdge = 256;    // pixels, where the layout has no blocks
-constexpr long kStripBytes = 384;  // of a destination row that a strip of source rows makes
+constexpr long kTileEdge = 256;         // pixels, where the layout has no blocks
+constexpr long kUnseenTileBytes = 512;  // at least, in a row of a tile that is no block and that nobody sees
+constexpr long kStripBytes = 384;       // of a destination row that a strip of source rows makes
+constexpr long kLongestStrip = 2048;    // rows
 
 /// A rectangle and where it goes, in 64 bits.
 struct Tile {
@@ -44,7 +46,7 @@ long BufferBytes(int nBits, long lPixels) {
 /// columns from the right.
 int TurnStrips(PQel &dest, PQel &source, const Tile &tile, bool bLeft) {
   const int nBits = dest.GetBitCount();
-  const long lStrip = std::clamp(kStripBytes * 8 / nBits / 8 * 8, 8L, kTileEdge * 8);
+  const long lStrip = std::min(kStripBytes / nBits * 8, kLongestStrip);
   const long lSrcBytes = BufferBytes(nBits, tile.width), lDstBytes = BufferBytes(nBits, lStrip);
   PMem from, to;
   if (!from.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lSrcBytes * lStrip)) ||
@@ -82,10 +84,9 @@ int TurnColumns(PQel &dest, PQel &source, const Tile &tile, bool bLeft) {
 
 }  // namespace
 
-/// Whether a source can be turned into this image.
-bool PQel::xCanTurn(const PQel *pSource) const {
-  return pSource != nullptr && pSource != this && !IsEmpty() && GetBitCount() == pSource->GetBitCount() &&
-         GetImageWidth() == pSource->m_lHeight && m_lHeight == pSource->GetImageWidth();
+/// Whether a turn writes columns: a hook is told of each, and a repeating plane cuts a row into runs in another way.
+bool PQel::xTurnsByColumns(const PQel *pSource) const {
+  return m_bRepeat || m_pfnHook != nullptr || pSource->m_bRepeat || pSource->m_pfnHook != nullptr;
 }
 
 int PQel::xRotateBlock(PQel *pSource, POINT *pDest, RECT *pRect, bool bLeft) {
@@ -93,9 +94,8 @@ int PQel::xRotateBlock(PQel *pSource, POINT *pDest, RECT *pRect, bool bLeft) {
   const Tile tile(*pRect, *pDest);
   if (pSource->GetBitCount() != GetBitCount() || !tile.Fits(*pSource, *this)) return 0;
   if (tile.width == 0 || tile.height == 0) return 1;
-  const auto isWatched = [](const PQel *p) { return p->m_bRepeat || p->m_pfnHook != nullptr; };
-  const bool bSeen = isWatched(this) || isWatched(pSource);
-  return bSeen ? TurnColumns(*this, *pSource, tile, bLeft) : TurnStrips(*this, *pSource, tile, bLeft);
+  return xTurnsByColumns(pSource) ? TurnColumns(*this, *pSource, tile, bLeft)
+                                  : TurnStrips(*this, *pSource, tile, bLeft);
 }
 
 int PQel::xRotateBlockLeft(PQel *pSource, POINT *pDest, RECT *pRect) {
@@ -108,11 +108,12 @@ int PQel::xRotateBlockRight(PQel *pSource, POINT *pDest, RECT *pRect) {
 
 /// Turns the source tile by tile, those of its columns outside, those of its rows inside.
 int PQel::xRotateImage(PQel *pSource, bool bLeft) {
-  if (!xCanTurn(pSource)) return 0;
-  const auto isWatched = [](const PQel *p) { return p->m_bRepeat || p->m_pfnHook != nullptr; };
-  const bool bSeen = isWatched(this) || isWatched(pSource);
-  // Tiles of narrow pixels may be larger where nobody sees them: rows of 32 bytes cost more than what they hold.
-  const long lLinearEdge = bSeen ? kTileEdge : std::max(kTileEdge * 8 / GetBitCount(), kTileEdge);
+  if (pSource == nullptr || pSource == this || IsEmpty() || GetBitCount() != pSource->GetBitCount() ||
+      GetImageWidth() != pSource->m_lHeight || m_lHeight != pSource->GetImageWidth())
+    return 0;
+  // Where nobody sees the tiles, they may be larger: short runs of bytes cost more than what they hold.
+  const long lUnseenEdge = std::max(kUnseenTileBytes * 8 / GetBitCount(), kUnseenTileBytes);
+  const long lLinearEdge = xTurnsByColumns(pSource) ? kTileEdge : lUnseenEdge;
   const long lEdge = m_bBlock ? m_lBlockSize : lLinearEdge;
   const long lWidth = GetImageWidth();
   for (long a = 0; a < m_lHeight; a += lEdge)

@@ -707,7 +707,7 @@ class QEL_API PQel : public CObject {
 
   // Turns and rescaling ----------------------------------------------------------------------------------------------
 
-  bool xCanTurn(const PQel *pSource) const;
+  bool xTurnsByColumns(const PQel *pSource) const;
   int xRotateImage(PQel *pSource, bool bLeft);
   int xRotateBlock(PQel *pSource, POINT *pDest, RECT *pRect, bool bLeft);
   int xMirrorOrInvert(PQel *pSource, unsigned int nOperation, long lWidth);
