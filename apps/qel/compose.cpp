@@ -1,4 +1,5 @@
 // qel compose BASE LAYER MASK OUT: lays one picture over another through a mask.
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -27,10 +28,18 @@ Picture InType(Picture picture, int type, const Course &course) {
   return picture->GetImageType() == type ? std::move(picture) : ChangeType(*picture, type, {}, course);
 }
 
+bool IsColoured(PQel &picture) {
+  const int type = picture.GetImageType();
+  if (type == 4 || type == 5) return false;
+  const Colours colours = ColoursOf(picture);
+  return type != 0 || std::any_of(colours.begin(), colours.end(), [](DWORD colour) {
+           return (colour & 0xFF) != (colour >> 8 & 0xFF) || (colour & 0xFF) != (colour >> 16 & 0xFF);
+         });
+}
+
 int Run(const Options &options) {
   Picture base = ToSmooth(Read(options.base), options.base), layer = Read(options.layer), mask = Read(options.mask);
-  const bool isColoured = layer->GetImageType() != 0 && layer->GetImageType() != 4 && layer->GetImageType() != 5;
-  if (base->GetImageType() == 5 && isColoured) base = InType(std::move(base), 1, options.base);
+  if (base->GetImageType() == 5 && IsColoured(*layer)) base = InType(std::move(base), 1, options.base);
   layer = InType(std::move(layer), base->GetImageType(), options.layer);
   mask = InType(std::move(mask), 5, options.mask);
   POINT at = options.at;

@@ -1,11 +1,12 @@
 // qel mask IN OUT OUT_MASK and qel shadow IN MASK OUT OUT_MASK: masks of a key colour, and soft shadows. A mask is a
 // picture of 256 grays: 0 shows the picture, 255 does not.
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "apps/qel/colours.h"
-#include "apps/qel/numbers.h"
 #include "apps/qel/failure.h"
+#include "apps/qel/numbers.h"
 #include "apps/qel/picture_file.h"
 #include "apps/qel/recolour.h"
 #include "apps/qel/steps.h"
@@ -30,12 +31,20 @@ DWORD ParseKey(const std::string &option, const std::string &text) {
   return *colour;
 }
 
+/// Neither file may replace the other.
+void RequireTwoFiles(const Options &options) {
+  std::error_code none;  // files that are not there yet are told apart by their names
+  if (options.output == options.outputMask || std::filesystem::equivalent(options.output, options.outputMask, none))
+    throw Failure(options.outputMask, "is the file for the picture already");
+}
+
 void Write(PQel &picture, PQel &mask, const Options &options) {
   WritePicture(picture, options.output);
   WritePicture(mask, options.outputMask);
 }
 
 int RunMask(const Options &options) {
+  RequireTwoFiles(options);
   Picture picture = Read(options.course);
   PQel mask;
   Require(picture->GenerateImageMask(&mask, options.blur, options.key), options.course);
@@ -44,6 +53,7 @@ int RunMask(const Options &options) {
 }
 
 int RunShadow(const Options &options) {
+  RequireTwoFiles(options);
   Picture picture = Read(options.course), given = Read(options.mask);
   if (given->GetImageWidth() != picture->GetImageWidth() || given->GetImageHeight() != picture->GetImageHeight())
     throw Failure(options.mask.path, "is not as large as the picture");

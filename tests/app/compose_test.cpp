@@ -81,6 +81,8 @@ TEST(MaskVerbs, TellWhatFailed) {
   EXPECT_FALSE(std::filesystem::exists(a));
   EXPECT_EQ(Qel({"bounds", in, "--threshold", "0"}).status, 1);
   EXPECT_EQ(Qel({"compose", in, other, scratch / "none.bmp", a}).status, 1);
+  EXPECT_EQ(Qel({"mask", in, a, a, "--key", "20c040"}).status, 1);
+  EXPECT_FALSE(std::filesystem::exists(a));
   EXPECT_EQ(Qel({"mask", in, a, b}).status, 2);
   EXPECT_EQ(Qel({"mask", in, a, b, "--key", "green"}).status, 2);
   EXPECT_EQ(Qel({"shadow", in, other, a, b, "--blur", "0"}).status, 2);
