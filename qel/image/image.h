@@ -4,7 +4,7 @@
 //   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat
 //   access,
 //                 pixels and zoomed lines
-//   fileio/       DIB files, mask files, format libraries
+//   fileio/       DIB files, mask files
 //   convert/      whole images of one format into another
 //   geometry/     turns, mirrors, rescaling, free rotation
 //   ops/          whole-image operations, layers, blur, masks and borders
@@ -323,23 +323,6 @@ class QEL_API PQel : public CObject {
   /// written, 0 for none. Decompression stops when `lLength` bytes have been made, whatever the commands say.
   long CompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
   void DecompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
-
-  // Format libraries (fileio/codec_*.cpp) ----------------------------------------------------------------------------
-
-  /// Read and write a file through a format library. 0 when the library, its entry points or the file are missing (the
-  /// image is deleted once the library is found to be complete); a picture that came in partly gives 1.
-  int OpenImage(const char *pszName, const char *pszLibrary);
-  int SaveImage(const char *pszName, const char *pszLibrary);
-
-  /// Opens an image file of any kind: DIB, the format library of its extension, mask, JPEG. The image is deleted first.
-  int OpenImage(const char *pszName);
-  int OpenImage(char *pszName);
-
-  /// JPEG files; ".jpg" is tried, or appended when asked for. The quality holds for all programs of the user; the one
-  /// before it is returned.
-  int LoadJPG(const char *pszName, int nIgnored);
-  int SaveJPG(const char *pszName, int bAppendExtension);
-  int SetJPGQuality(int nQuality);
 
   // Whole-image operations (ops/) ------------------------------------------------------------------------------------
 
