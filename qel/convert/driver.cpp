@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "qel/convert/itc.h"
+#include "qel/convert/source_line.h"
 #include "qel/lines/colour_map.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/shift_copy.h"
@@ -13,18 +14,6 @@
 namespace {
 
 constexpr int kTrueColor = 1, k256Grays = 5;
-
-/// True for an image that is tiled over the plane, where every coordinate lies inside.
-bool IsTiled(const PQel &image) {
-  return image.IsEnableRepeat() && image.GetXRepeat() >= 1 && image.GetYRepeat() >= 1;
-}
-
-/// True for an image with a hook, which sees in what order lines are read and written.
-bool IsWatched(PQel &image) {
-  const ImageHookProc pfnHook = image.SetHookProc(nullptr);
-  image.SetHookProc(pfnHook);
-  return pfnHook != nullptr;
-}
 
 /// Moves a line left by whole pixels.
 void DropPixels(unsigned char *pLine, long lBytes, long lBits) {
@@ -55,7 +44,7 @@ struct PItc::Passage {
 
   void Clip(const PQel &destination) {
     count = Width(), firstRow = top, lastRow = bottom;
-    if (IsTiled(destination)) return;
+    if (destination.IsTiled()) return;
     skip = std::max(0L, -x);
     count = std::min(count, destination.GetImageWidth() - x) - skip;
     firstRow = std::max(top, top - y);
@@ -69,7 +58,7 @@ int PItc::ConvertImg(RECT *pRect, POINT *pPoint) {
   if (pRect != nullptr) p.left = pRect->left, p.top = pRect->top, p.right = pRect->right, p.bottom = pRect->bottom;
   if (pPoint != nullptr) p.x = pPoint->x, p.y = pPoint->y;
   if (p.IsEmpty()) return 1;
-  if (!IsTiled(*m_poSrc) && !p.IsInside(m_lSrcWidth, m_lSrcHeight)) return 0;
+  if (!m_poSrc->IsTiled() && !p.IsInside(m_lSrcWidth, m_lSrcHeight)) return 0;
 
   const unsigned short wMethod = m_cvtMethod.wMethod;
   const bool bWholeLines = wMethod == 2 || wMethod == 3;
@@ -104,13 +93,12 @@ int PItc::xMovesPixels() const {
 
 int PItc::xMovePixels(const Passage &p) {
   const bool bRaw = m_cvtMethod.wMethod == 4;
-  RGBQUAD colors[256];
-  xGetSourceColors(colors);
+  const qel::convert::SourceColors colors(m_cvtMethod.wMethod == 6 ? m_pbyMap : nullptr, m_nSrcColors);
   for (long lRow = p.lastRow; lRow >= p.firstRow; --lRow) {
     if (!m_poSrc->GetHorLine(p.left, p.right, lRow, m_pbySrcLine)) return 0;
     if (!bRaw) {
       xLimitSource(m_pbySrcLine, p.Width());
-      xConvertPixels(p.Width(), colors);
+      xConvertPixels(p.Width(), colors.table);
     }
     if (!xWriteRow(p, lRow, bRaw ? m_pbySrcLine : m_pbyDstLine)) return 0;
   }
@@ -125,8 +113,8 @@ int PItc::xMoveLines(const Passage &p) {
     return !p.IsSeen(lRow) || xWriteRow(p, lRow, m_pbyDstLine);
   };
   // dithered lines do not depend on each other: memory reads faster forwards, which is upwards in most images
-  if (m_cvtMethod.wMethod == 3 && m_poSrc->GetBI()->bmiHeader.biHeight > 0 && !IsTiled(*m_poDst) &&
-      !IsWatched(*m_poSrc) && !IsWatched(*m_poDst)) {
+  if (m_cvtMethod.wMethod == 3 && m_poSrc->GetBI()->bmiHeader.biHeight > 0 && !m_poDst->IsTiled() &&
+      m_poSrc->GetHookProc() == nullptr && m_poDst->GetHookProc() == nullptr) {
     for (long lRow = p.lastRow; lRow >= p.firstRow; --lRow)
       if (!moveLine(lRow)) return 0;
     return 1;
@@ -166,9 +154,8 @@ int PItc::ConvertLineImg(int nRow, unsigned char *pSrcLine, unsigned char *pDstL
   if (wMethod == 2 || wMethod == 3) {
     xConvertWholeLine(nRow, 0, nRow);
   } else {
-    RGBQUAD colors[256];
-    xGetSourceColors(colors);
-    xConvertPixels(m_lSrcWidth, colors);
+    const qel::convert::SourceColors colors(m_cvtMethod.wMethod == 6 ? m_pbyMap : nullptr, m_nSrcColors);
+    xConvertPixels(m_lSrcWidth, colors.table);
   }
   m_pbySrcLine = pSrcLine;
   return 1;
@@ -191,18 +178,8 @@ void PItc::xConvertPixels(long n, const RGBQUAD *pColors) {
     Rgb24ToLuma(m_pbyDstLine, m_pbySrcLine, n);
   else if (m_cvtMethod.wMethod != 6)
     MapPixels(m_pbyDstLine, m_nDstBits, m_pbySrcLine, m_nSrcBits, n, m_pbyMap);
-  else if (m_nSrcBits == 1)
-    BitsTo24(m_pbyDstLine, m_pbySrcLine, n, pColors);
-  else if (m_nSrcBits == 4)
-    NibblesTo24(m_pbyDstLine, m_pbySrcLine, n, pColors);
   else
-    BytesTo24(m_pbyDstLine, m_pbySrcLine, n, pColors);
-}
-
-void PItc::xGetSourceColors(RGBQUAD *pColors) const {
-  if (m_cvtMethod.wMethod != 6) return;
-  const unsigned char *p = m_pbyMap;
-  for (int i = 0; i < m_nSrcColors; ++i, p += 3) pColors[i] = {p[2], p[1], p[0], 0};
+    IndicesTo24(m_pbyDstLine, m_pbySrcLine, m_nSrcBits, n, pColors);
 }
 
 int PItc::xHasShortPalette() const {

@@ -113,7 +113,6 @@ class QEL_API PItc : public CObject {
 
   /// Converts n pixels of m_pbySrcLine, each on its own, into m_pbyDstLine; pColors: the source palette of method 6.
   void xConvertPixels(long n, const RGBQUAD *pColors);
-  void xGetSourceColors(RGBQUAD *pColors) const;
 
   /// Indices beyond a source palette that is shorter than what its pixels can name.
   int xHasShortPalette() const;

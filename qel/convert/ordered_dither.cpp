@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "qel/convert/itc.h"
+#include "qel/convert/source_line.h"
 #include "qel/lines/colour_map.h"
-#include "qel/lines/convert.h"
 #include "qel/lines/ordered_dither.h"
 
 unsigned char PItc::m_pbyPattern[64];
@@ -34,35 +34,6 @@ Thresholds PhaseOf(const unsigned char *pattern, int size, long x0, long y0) {
   return thresholds;
 }
 
-/// A source line, read as 24-bit pixels.
-class Source {
- public:
-  /// A palette has red, green, blue triples; indices behind them are black.
-  Source(const unsigned char *line, int bits, const unsigned char *triples, int colors) : m_line(line), m_bits(bits) {
-    if (bits == 24 || triples == nullptr) return;
-    for (int i = 0; i < std::min(colors, 256); ++i, triples += 3) m_table[i] = {triples[2], triples[1], triples[0], 0};
-  }
-
-  /// Whether the pixels lie in memory as they are wanted, so that the line need not be cut into chunks.
-  bool IsWhole() const { return m_bits == 24; }
-
-  /// `count` pixels from pixel i on, a multiple of kChunk; at most kChunk pixels of a line that is not whole.
-  const unsigned char *Pixels(long i, long count) {
-    const unsigned char *const from = m_line + i * m_bits / 8;
-    if (IsWhole()) return from;
-    (m_bits == 8   ? qel::lines::BytesTo24
-     : m_bits == 4 ? qel::lines::NibblesTo24
-                   : qel::lines::BitsTo24)(m_chunk, from, count, m_table);
-    return m_chunk;
-  }
-
- private:
-  const unsigned char *m_line;
-  int m_bits;
-  RGBQUAD m_table[256] = {};
-  unsigned char m_chunk[3 * kChunk];
-};
-
 constexpr auto kSame = [] {
   std::array<unsigned char, 256> map{};
   for (std::size_t v = 0; v < 256; ++v) map[v] = static_cast<unsigned char>(v);
@@ -71,15 +42,15 @@ constexpr auto kSame = [] {
 
 /// Dithers n pixels into a destination of `dstBits` a pixel. `bits` are those that the line function packs; a deeper
 /// destination, whose palette has fewer colours than its pixels could name, takes them through a chunk.
-void DitherLine(Dither dither, int bits, unsigned char *dst, int dstBits, Source source, long n,
-                const Thresholds &thresholds) {
-  unsigned char packed[kChunk];
+void DitherLine(Dither dither, int bits, unsigned char *dst, int dstBits, const qel::convert::SourceLine &source,
+                long n, const Thresholds &thresholds) {
+  unsigned char packed[kChunk], colors[3 * kChunk];
   const bool isPacked = bits == dstBits;
-  const long step = isPacked && source.IsWhole() ? n : kChunk;
+  const long step = isPacked && source.IsTrueColor() ? n : kChunk;
   for (long i = 0; i < n; i += step) {
     const long count = std::min(step, n - i);
     unsigned char *const to = dst + i * dstBits / 8;
-    dither(isPacked ? to : packed, source.Pixels(i, count), count, thresholds.data());
+    dither(isPacked ? to : packed, source.Colors(i, count, colors), count, thresholds.data());
     if (!isPacked) qel::lines::MapPixels(to, dstBits, packed, bits, count, kSame.data());
   }
 }

@@ -128,15 +128,11 @@ int RotateByPixels(const RotateJob &job) {
       StartWalk(job, r, s, walks, 0);
       for (long c = 0; c < lSums; c += job.channels) {
         qel::lines::FindSamplesOfOne(pllPlaces, walks, grid, job.samples);
-        for (long j = 0; j < job.samples; ++j) {
-          const bool bOutside = pllPlaces[j] == kOutside<std::int64_t>;
-          const unsigned long v = bOutside ? job.background : pixels[lCentre + pllPlaces[j]];
-          if (job.channels == 1) {
-            pdwSums[c] += static_cast<std::uint32_t>(v);
-          } else {
-            for (int k = 0; k < 3; ++k) pdwSums[c + k] += static_cast<std::uint32_t>(v >> 8 * k) & 0xFF;
-          }
-        }
+        std::transform(pllPlaces, pllPlaces + job.samples, pllPlaces, [&](std::int64_t place) {
+          const bool bOutside = place == kOutside<std::int64_t>;
+          return static_cast<std::int64_t>(bOutside ? job.background : pixels[lCentre + place]);
+        });
+        qel::lines::AddSampleValues(pdwSums + c, pllPlaces, job.samples, job.channels);
       }
     }
     DivideLine(pRow, pdwSums, lSums, static_cast<std::uint32_t>(job.samples * job.samples));

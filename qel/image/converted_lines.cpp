@@ -89,12 +89,10 @@ void PQel::xConvertTo24(unsigned char *pDst, const unsigned char *pSrc, long n) 
   namespace lines = qel::lines;
   switch (m_nImageType) {
     case 0:
-      return lines::BitsTo24(pDst, pSrc, n, m_pRGBQuad);
     case 2:
-    case 4:
-      return lines::NibblesTo24(pDst, pSrc, n, m_pRGBQuad);
     case 3:
-      return lines::BytesTo24(pDst, pSrc, n, m_pRGBQuad);
+    case 4:
+      return lines::IndicesTo24(pDst, pSrc, m_pBIH->biBitCount, n, m_pRGBQuad);
     case 5:
       return lines::GrayTo24(pDst, pSrc, n);
     case 6:

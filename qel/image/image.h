@@ -130,6 +130,10 @@ class QEL_API PQel : public CObject {
   long GetXRepeat() const { return m_lXRepeat; }
   long GetYRepeat() const { return m_lYRepeat; }
   int IsEnableAntiAlias() const { return m_bAntiAlias; }
+  ImageHookProc GetHookProc() const { return m_pfnHook; }
+
+  /// 1 when every coordinate shows a pixel: repeat mode with periods of 1 and more.
+  int IsTiled() const { return m_bRepeat && m_lXRepeat >= 1 && m_lYRepeat >= 1; }
 
   // State flags ------------------------------------------------------------------------------------------------------
 
@@ -592,6 +596,10 @@ class QEL_API PQel : public CObject {
   int xWriteRowBits(RowMove pfnMove, long lBits, long x0, long x1, long y, unsigned char *pBuf);
   int xReadColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
   int xWriteColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
+
+  /// The bytes of lCount pixels from (x, y) on where they are stored, committed; x starts a byte. Null when somebody
+  /// sees the row pass, the layout is another, or not all of them lie in the image.
+  unsigned char *xGetStoredSpan(long x, long lCount, long y);
 
   int xGetHorLine(long x0, long x1, long y, unsigned char *pBuf);
   int xPutHorLine(long x0, long x1, long y, unsigned char *pBuf);

@@ -87,6 +87,13 @@ int PQel::xMoveBlockColumn(StridedMove pfn, long x, long y, long lCount, long lU
 
 // Row workers --------------------------------------------------------------------------------------------------------
 
+unsigned char *PQel::xGetStoredSpan(long x, long lCount, long y) {
+  if (IsEmpty() || m_bBlock || m_bRepeat || m_pfnHook != nullptr) return nullptr;
+  if (x < 0 || lCount < 1 || y < 0 || lCount > GetImageWidth() - x || y >= m_lHeight) return nullptr;
+  const long lBits = GetBitCount();
+  return m_pMem->CommitMemory(xGetRowOffset(x * lBits / 8, y), static_cast<unsigned long>((lCount * lBits + 7) / 8));
+}
+
 int PQel::xGetHorLine(long x0, long x1, long y, unsigned char *pBuf) {
   const int nCheck = xCheckRow(x0, x1, y, pBuf);
   if (nCheck != kMoved) return nCheck;

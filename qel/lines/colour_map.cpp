@@ -50,18 +50,13 @@ void MapToBytes(unsigned char *dst, const unsigned char *src, int srcBits, long 
 
 // From bytes ---------------------------------------------------------------------------------------------------------
 
-void PackBits(unsigned char *dst, unsigned char *src, long n) {
+void PackBits(unsigned char *dst, const unsigned char *src, long n) {
   const long whole = n / 8 * 8;
-  QelAsmConvert8to1(dst, src, static_cast<unsigned long>(whole), 0, 1);
+  QelAsmConvert8to1(dst, const_cast<unsigned char *>(src), static_cast<unsigned long>(whole), 0, 1);
   if (n == whole) return;
   unsigned bits = 0;
   for (long i = whole; i < n; ++i) bits |= (src[i] != 0 ? 0x80u : 0u) >> (i - whole);
   dst[whole / 8] = MergeBits(bits, dst[whole / 8], 0xFF00u >> (n - whole) & 0xFF);
-}
-
-void PackNibbles(unsigned char *dst, const unsigned char *src, long n) {
-  for (long i = 0; i < n / 2; ++i) dst[i] = static_cast<unsigned char>(src[2 * i] << 4 | (src[2 * i + 1] & 0x0F));
-  if (n % 2) dst[n / 2] = MergeBits(static_cast<unsigned>(src[n - 1]) << 4, dst[n / 2], 0xF0);
 }
 
 }  // namespace
@@ -74,12 +69,20 @@ void MapPixels(unsigned char *dst, int dstBits, const unsigned char *src, int sr
   while (n > 0) {
     const long count = std::min(n, kStretch);
     MapToBytes(dstBits == 8 ? dst : bytes, src, srcBits, count, map);
-    if (dstBits == 1) PackBits(dst, bytes, count);
-    if (dstBits == 4) PackNibbles(dst, bytes, count);
+    if (dstBits != 8) PackIndices(dst, dstBits, bytes, count);
     src += count * srcBits / 8;
     dst += count * dstBits / 8;
     n -= count;
   }
+}
+
+void PackIndices(unsigned char *dst, int bits, const unsigned char *src, long n) {
+  if (bits == 1)
+    PackBits(dst, src, n);
+  else if (bits == 4)
+    PackColumn4(dst, src, n, 0);
+  else
+    std::memcpy(dst, src, static_cast<std::size_t>(n));
 }
 
 void LimitIndices(unsigned char *line, int bits, long n, int count) {

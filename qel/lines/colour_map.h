@@ -12,6 +12,9 @@ namespace qel::lines {
 void MapPixels(unsigned char *dst, int dstBits, const unsigned char *src, int srcBits, long n,
                const unsigned char *map);
 
+/// Packs n values, one a byte, for 1 bit (1 for every value but 0), 4 bits (the low four) or 8.
+void PackIndices(unsigned char *dst, int bits, const unsigned char *src, long n);
+
 /// The keys of 24-bit pixels: the high four bits of red, green and blue.
 void Rgb24ToKeys(std::uint16_t *keys, const unsigned char *src, long n);
 

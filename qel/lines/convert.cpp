@@ -74,6 +74,10 @@ void BytesTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQU
   if (n > 0) StoreEntry(dst + 3 * (n - 1), table[src[n - 1]], true);
 }
 
+void IndicesTo24(unsigned char *dst, const unsigned char *src, int bits, long n, const RGBQUAD *table) {
+  (bits == 1 ? BitsTo24 : bits == 4 ? NibblesTo24 : BytesTo24)(dst, src, n, table);
+}
+
 void Rgb48To24(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < 3 * n; ++i) dst[i] = src[2 * i];
 }

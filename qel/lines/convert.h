@@ -39,6 +39,9 @@ void BitsTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUA
 void NibblesTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUAD *table);
 void BytesTo24(unsigned char *dst, const unsigned char *src, long n, const RGBQUAD *table);
 
+/// The one of them for indices of 1, 4 or 8 bits.
+void IndicesTo24(unsigned char *dst, const unsigned char *src, int bits, long n, const RGBQUAD *table);
+
 /// Each level three times.
 void GrayTo24(unsigned char *dst, const unsigned char *src, long n);
 

@@ -135,6 +135,17 @@ void plain::AverageSamples(unsigned char *dst, const SamplePixels &pixels, const
   }
 }
 
+void AddSampleValues(std::uint32_t *sums, const std::int64_t *values, long n, int channels) {
+  for (long i = 0; i < n; ++i) {
+    const auto value = static_cast<std::uint32_t>(values[i]);
+    if (channels == 1) {
+      *sums += value;
+    } else {
+      for (int c = 0; c < 3; ++c) sums[c] += value >> 8 * c & 0xFF;
+    }
+  }
+}
+
 void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count) {
   if (pixels.channels == 1)
     std::memset(dst, static_cast<int>(pixels.background), static_cast<std::size_t>(count));

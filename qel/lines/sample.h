@@ -69,6 +69,9 @@ void AverageSamples(unsigned char *dst, const SamplePixels &pixels, const std::i
 void AddSamples(std::uint32_t *sums, const SamplePixels &pixels, const std::int32_t *places, long count, long points,
                 long walks, bool all);
 
+/// Adds n values to a pixel's sums, one a channel: levels, or 0x00RRGGBB.
+void AddSampleValues(std::uint32_t *sums, const std::int64_t *values, long n, int channels);
+
 /// `count` pixels of background.
 void FillBackground(unsigned char *dst, const SamplePixels &pixels, long count);
 

@@ -126,11 +126,6 @@ struct BlurJob {
   bool isWritten;  // the target's type takes lines of the form
 };
 
-/// True when every coordinate shows a pixel.
-bool IsEndless(const PQel &image) {
-  return image.IsEnableRepeat() && image.GetXRepeat() > 0 && image.GetYRepeat() > 0;
-}
-
 /// Pixels first .. last of a line of `size` pixels, or of an endless one (size 0); the outermost pixels of the line go
 /// on beyond its ends. `read` moves a span that the line has.
 template <class Read>
@@ -164,7 +159,7 @@ int BlurByLines(const BlurJob &job) {
     return pOut + h * nBytes;
   };
 
-  const bool bEndless = IsEndless(*job.target), bEndlessRows = bEndless && IsEndless(*job.source);
+  const bool bEndless = job.target->IsTiled() != 0, bEndlessRows = bEndless && job.source->IsTiled();
   for (long y = job.bottom - 1; y >= job.top; --y) {
     const auto read = [&](long first, long last, unsigned char *p) {
       return (job.source->*form.getRow)(first, last, y, p, nullptr) != 0;

@@ -45,23 +45,17 @@ int PQel::CombineImage(PQel *pSrc, PQel *pMask, POINT *pPoint, RECT *pRect) {
   if (!buffer.AllocMemory(GHND, dwSpanRoom + static_cast<unsigned long>(lWidth))) return 0;
   unsigned char *const pSpan = buffer.GetPointer(), *const pLevels = pSpan + dwSpanRoom;
 
-  // The place of a row's bytes in its store; null when somebody sees the row pass, or its layout is another.
-  const auto stored = [](PQel &image, long x, long lCount, long y) -> unsigned char * {
-    if (image.m_bBlock || image.m_bRepeat || image.m_pfnHook != nullptr) return nullptr;
-    const long lBytes = image.GetBitCount() / 8;
-    return image.m_pMem->CommitMemory(image.xGetRowOffset(x * lBytes, y), static_cast<unsigned long>(lCount * lBytes));
-  };
   const qel::ops::Mix mix = qel::ops::kMixes[m_nImageType];
   const bool bInStore = GetBitCount() >= 8 && m_pMem->GetMirrorMem() == nullptr;
   const bool bMaskInStore = pMask != this && pMask->GetBitCount() == 8 && s.IsInside(*pMask);
   qel::mem::StoreGroup stores = {{m_pMem, pSrc->m_pMem, pMask->m_pMem}};
   for (long l = s.Height() - 1; l >= 0; --l) {
     const long lRow = s.top + l;
-    unsigned char *const pTo = bInStore ? stored(*this, area.x, lWidth, area.y + l) : nullptr;
-    unsigned char *pFrom = pTo && pSrc != this ? stored(*pSrc, s.left, lWidth, lRow) : nullptr;
+    unsigned char *const pTo = bInStore ? xGetStoredSpan(area.x, lWidth, area.y + l) : nullptr;
+    unsigned char *pFrom = pTo && pSrc != this ? pSrc->xGetStoredSpan(s.left, lWidth, lRow) : nullptr;
     if (pFrom == nullptr) pSrc->GetHorLine(s.left, s.right - 1, lRow, pFrom = pSpan);
     unsigned char *pMaskRow = nullptr;
-    if (pTo && bMaskInStore) pMaskRow = stored(*pMask, s.left, lWidth, lRow);
+    if (pTo && bMaskInStore) pMaskRow = pMask->xGetStoredSpan(s.left, lWidth, lRow);
     if (pMaskRow == nullptr) ReadLevels(*pMask, s.left, s.right - 1, lRow, pMask->m_bRepeat, pMaskRow = pLevels);
     if (pTo == nullptr) {
       MixHorLineWithGrayMask(area.x, area.x + lWidth - 1, area.y + l, pFrom, pMaskRow);
@@ -88,13 +82,6 @@ int PQel::CombineLayer(PQel *pMask, PQel *pLayer, PQel *pLayerMask) {
   unsigned char *const pLevelLine = pUpperLine + dwColors, *const pBelowLine = pLevelLine + dwLevels;
   std::fill_n(pBelowLine, lWidth, kKeep);
 
-  // As above, for the first columns of an image that has so many.
-  const auto stored = [lWidth](PQel &image, long y) -> unsigned char * {
-    if (image.m_bBlock || image.m_bRepeat || image.m_pfnHook != nullptr) return nullptr;
-    if (image.GetImageWidth() < lWidth || y >= image.m_lHeight) return nullptr;
-    const long lBytes = lWidth * image.GetBitCount() / 8;
-    return image.m_pMem->CommitMemory(image.xGetRowOffset(0, y), static_cast<unsigned long>(lBytes));
-  };
   const bool bInStore = m_nImageType == 1 && m_pMem->GetMirrorMem() == nullptr;
   const bool bMaskInStore = pMask->m_pMem->GetMirrorMem() == nullptr;
   const bool bLayerInStore = pLayer != nullptr && pLayer->m_nImageType == 1;
@@ -107,21 +94,21 @@ int PQel::CombineLayer(PQel *pMask, PQel *pLayer, PQel *pLayerMask) {
       {m_pMem, pMask->m_pMem, pLayer ? pLayer->m_pMem : nullptr, pLayerMask ? pLayerMask->m_pMem : nullptr}};
 
   for (long y = m_lHeight - 1; y >= 0; --y) {
-    unsigned char *const pUpperStored = bInStore ? stored(*this, y) : nullptr;
+    unsigned char *const pUpperStored = bInStore ? xGetStoredSpan(0, lWidth, y) : nullptr;
     unsigned char *const pUpper = pUpperStored ? pUpperStored : pUpperLine;
     if (!pUpperStored) Get24bitHorLine(0, lWidth - 1, y, pUpper, nullptr);
 
-    unsigned char *const pLevelsStored = bMaskInStore ? stored(*pMask, y) : nullptr;
+    unsigned char *const pLevelsStored = bMaskInStore ? pMask->xGetStoredSpan(0, lWidth, y) : nullptr;
     unsigned char *const pLevels = pLevelsStored ? pLevelsStored : pLevelLine;
     if (!pLevelsStored) ReadLevels(*pMask, 0, lWidth - 1, y, false, pLevels);
 
-    unsigned char *pBelow = bLayerInStore ? stored(*pLayer, y) : nullptr;
+    unsigned char *pBelow = bLayerInStore ? pLayer->xGetStoredSpan(0, lWidth, y) : nullptr;
     if (pBelow == nullptr) {
       pBelow = pLayerLine;  // rows that the layer has come last: what is not read is black still
       if (lLayerWidth > 0 && (pLayer->m_bRepeat || y < pLayer->m_lHeight))
         pLayer->Get24bitHorLine(0, lLayerWidth - 1, y, pBelow, nullptr);
     }
-    unsigned char *pBelowLevels = bBelowInStore ? stored(*pLayerMask, y) : nullptr;
+    unsigned char *pBelowLevels = bBelowInStore ? pLayerMask->xGetStoredSpan(0, lWidth, y) : nullptr;
     if (pBelowLevels == nullptr) {
       pBelowLevels = pBelowLine;
       if (pLayerMask != nullptr) ReadLevels(*pLayerMask, 0, lWidth - 1, y, false, pBelowLevels);

@@ -21,13 +21,10 @@ int PQel::DoMap(unsigned char *pMap) {
   unsigned char *const pRow = row.GetPointer(), *const pCommon = pMap + 768;
   if (!bGray) lines::MapBytes(pMap, 768, pCommon);
 
-  const bool bUnseen = !m_bBlock && !m_bRepeat && m_pfnHook == nullptr && m_pMem->GetMirrorMem() == nullptr;
-  const bool bInStore = bUnseen && (m_nImageType == 1 || m_nImageType == 5);
+  const bool bInStore = (m_nImageType == 1 || m_nImageType == 5) && m_pMem->GetMirrorMem() == nullptr;
   qel::mem::StoreGroup stores = {{m_pMem}};
   for (long y = m_lHeight - 1; y >= 0; --y) {
-    if (bInStore) {
-      unsigned char *const pStored = m_pMem->CommitMemory(xGetRowOffset(0, y), static_cast<unsigned long>(lRowBytes));
-      if (pStored == nullptr) continue;
+    if (unsigned char *const pStored = bInStore ? xGetStoredSpan(0, lWidth, y) : nullptr) {
       InvalidateLine(0, lWidth - 1, y);
       qel::mem::AccessStores(
           stores, [=] { bGray ? lines::MapBytes(pStored, lWidth, pCommon) : lines::Map24(pStored, lWidth, pMap); });
