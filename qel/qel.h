@@ -5,6 +5,7 @@
 #include "qel/draw/point_array.h"
 #include "qel/draw/point_stack.h"
 #include "qel/export.h"
+#include "qel/fileio/codec_header.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/coverage.h"

@@ -4,7 +4,7 @@
 //   image/        object and creation, attachment, palettes, layout and line access, converted lines, undo, repeat
 //   access,
 //                 pixels and zoomed lines
-//   fileio/       DIB files, mask files
+//   fileio/       DIB files, mask files, format libraries
 //   convert/      whole images of one format into another
 //   geometry/     turns, mirrors, rescaling, free rotation
 //   ops/          whole-image operations, layers, blur, masks and borders
@@ -327,6 +327,29 @@ class QEL_API PQel : public CObject {
   /// written, 0 for none. Decompression stops when `lLength` bytes have been made, whatever the commands say.
   long CompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
   void DecompressByteStream(unsigned char *pDst, unsigned char *pSrc, long lLength);
+
+  // Format libraries (fileio/codec.cpp) ------------------------------------------------------------------------------
+
+  /// Reads a file through a format library. 0, and the image kept, when the library or one of its entry points is
+  /// missing; 0, and the image deleted, when the file does not open, is of another format or of a size that cannot be
+  /// had. A picture that came in partly gives 1; GetCodecTransferError (codec_header.h) tells.
+  int OpenImage(const char *pszName, const char *pszLibrary);
+
+  /// Writes a file through a format library, an image in block layout from a linear copy. 0 when the library or an
+  /// entry point is missing, for an empty image and above 32767 pixels a side; 0, and the file deleted, when it cannot
+  /// be created or the library cannot hold the image. A picture that went out partly gives 1, as above.
+  int SaveImage(const char *pszName, const char *pszLibrary);
+
+  /// Opens an image file of any kind: DIB, the format library of its extension, mask, JPEG. The image is deleted first.
+  int OpenImage(const char *pszName);
+  int OpenImage(char *pszName);
+
+  /// JPEG files. A name without an extension is tried with ".jpg" too; SaveJPG appends it when asked for.
+  int LoadJPG(const char *pszName, int nIgnored);
+  int SaveJPG(const char *pszName, int bAppendExtension);
+
+  /// Keeps a quality for all programs of the user; returns the one before it, itself when there was none.
+  int SetJPGQuality(int nQuality);
 
   // Whole-image operations (ops/) ------------------------------------------------------------------------------------
 

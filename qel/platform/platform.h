@@ -11,6 +11,7 @@
 #include "qel/platform/kernel/global_memory.h"
 #include "qel/platform/kernel/helpers.h"
 #include "qel/platform/kernel/module.h"
+#include "qel/platform/kernel/profile.h"
 #include "qel/platform/kernel/reserved_memory.h"
 #include "qel/platform/kernel/resource.h"
 #include "qel/platform/message_box.h"

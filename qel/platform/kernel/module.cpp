@@ -137,17 +137,30 @@ std::string FindInFolder(const std::string &folder, const std::string &base) {
   return matches.empty() ? std::string() : folder + *std::min_element(matches.begin(), matches.end());
 }
 
-void *OpenByName(const std::string &name) {
+// Modules leave the engine's symbols that they use to be found at load. An engine that came in with another library's
+// own symbols only would be hidden from them.
+void ShowEngine() {
+  static const bool bShown = [] {
+    const link_map *pMap = MapOfAddress(reinterpret_cast<const void *>(&ShowEngine));
+    if (pMap == nullptr || IsExecutable(pMap)) return false;
+    void *const pvEngine = dlopen(pMap->l_name, RTLD_NOLOAD | RTLD_LAZY | RTLD_GLOBAL);
+    return pvEngine != nullptr && dlclose(pvEngine) == 0;
+  }();
+  static_cast<void>(bShown);
+}
+
+// The name as it is first; then its base name in the folder that it names, or, for a bare name and one beside the
+// executable, beside the executable and in the engine's library folder.
+void *OpenByName(std::string name) {
   constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
   if (void *pvLoader = dlopen(name.c_str(), kMode)) return pvLoader;
-  if (!qel::kernel::FolderOf(name).empty()) {
-    std::string slashed = name;
-    std::replace(slashed.begin(), slashed.end(), '\\', '/');
-    return slashed != name ? dlopen(slashed.c_str(), kMode) : nullptr;
-  }
-  for (const std::string &folder :
-       {qel::kernel::FolderOf(qel::kernel::ModulePath(nullptr)), qel::kernel::EngineLibraryFolder()}) {
-    const std::string path = FindInFolder(folder, name);
+  std::replace(name.begin(), name.end(), '\\', '/');
+  const std::string named = qel::kernel::FolderOf(name);
+  const std::string beside = qel::kernel::FolderOf(qel::kernel::ModulePath(nullptr));
+  std::vector<std::string> folders = {named};
+  if (named.empty() || named == beside) folders = {beside, qel::kernel::EngineLibraryFolder()};
+  for (const std::string &folder : folders) {
+    const std::string path = FindInFolder(folder, name.substr(named.size()));
     if (path.empty()) continue;
     if (void *pvLoader = dlopen(path.c_str(), kMode)) return pvLoader;
   }
@@ -160,6 +173,7 @@ void *OpenByName(const std::string &name) {
 // ----------------------------------------------------------------------------------------------------------------
 
 HINSTANCE LoadLibraryA(const char *pszFileName) {
+  ShowEngine();
   void *pvLoader = pszFileName != nullptr && *pszFileName != '\0' ? OpenByName(SharedObjectName(pszFileName)) : nullptr;
   const link_map *pMap = MapOfHandle(pvLoader);
   if (pMap == nullptr) {

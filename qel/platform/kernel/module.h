@@ -10,9 +10,10 @@
 using FARPROC = void (*)();
 
 /// Loads a module by name: ".dll" counts as ".so", and ".so" is added to a name without extension. The name is looked
-/// for as it is (a bare one where the system's loader looks, which leaves the current folder out), then, a bare one,
-/// beside the running executable and in the engine's library folder, there without regard to case. Null when it is not
-/// found or does not load.
+/// for as it is (a bare one where the system's loader looks, which leaves the current folder out), then without regard
+/// to case: in the folder that it names; a bare one, and one that names the running executable's folder, beside the
+/// executable and in the engine's library folder. The engine's own symbols are there for the module to use. Null when
+/// it is not found or does not load.
 QEL_API HINSTANCE LoadLibraryA(const char *pszFileName);
 
 /// Takes one load back; 0 for a handle that is not one.
