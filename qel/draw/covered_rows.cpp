@@ -27,32 +27,33 @@ bool PQel::CoveredRows::Suits(const PQel &image) {
          (nType == 1 || nType == 5 || nType == 8);
 }
 
-PQel::CoveredRows::CoveredRows(PQel &image, long long llColor)
+PQel::CoveredRows::CoveredRows(PQel &image, long long llColor, long lTop, long lBottom)
     : m_image(image),
       m_llColor(llColor),
       m_nChannels(image.GetBitCount() <= 8 ? 1 : 3),
       m_bMirror(image.m_pMem->GetMirrorMem() != nullptr),
       m_bInPlace(image.m_nMemType == kGlobalStore && !image.m_bBlock && !m_bMirror && image.m_nImageType != 8),
+      m_lTop(std::max(lTop, 0L) / kSubPixels),
+      m_lBottom(std::min(lBottom / kSubPixels, image.m_lHeight - 1)),
       m_pRows(nullptr) {
   const auto dwWidth = static_cast<unsigned long>(image.GetImageWidth());
   if (!m_bInPlace && m_lines.AllocMemory(GMEM_MOVEABLE, 2 * 3 * dwWidth) == nullptr) return;
-  m_pRows =
-      reinterpret_cast<Row *>(m_memRows.AllocMemory(GHND, static_cast<unsigned long>(image.m_lHeight) * sizeof(Row)));
+  const auto dwRows = static_cast<unsigned long>(std::max(m_lBottom - m_lTop + 1, 1L));
+  m_pRows = reinterpret_cast<Row *>(m_memRows.AllocMemory(GHND, dwRows * sizeof(Row)));
 }
 
 PQel::CoveredRows::~CoveredRows() {
   if (m_pRows == nullptr) return;
-  const long lHeight = m_image.m_lHeight;
   const bool bTopDown = m_image.m_pBIH->biHeight < 0;
-  for (long i = 0; i < lHeight; ++i) Draw(bTopDown ? i : lHeight - 1 - i);
+  for (long i = m_lTop; i <= m_lBottom; ++i) Draw(bTopDown ? i : m_lTop + m_lBottom - i);
 }
 
 void PQel::CoveredRows::Add(long x1, long x2, long y) {
-  if (y < 0 || y >= kSubPixels * m_image.m_lHeight) return;
+  if (y < kSubPixels * m_lTop || y / kSubPixels > m_lBottom) return;
   x1 = std::max(x1, 0L);
   x2 = std::min(x2, kSubPixels * m_image.GetImageWidth() - 1);
   if (x1 > x2) return;
-  Row &row = m_pRows[y / kSubPixels];
+  Row &row = m_pRows[y / kSubPixels - m_lTop];
   const long p1 = x1 / kSubPixels, p2 = x2 / kSubPixels;
   // Pixels that no run touches are not to be written: 32-bit ones would lose their fourth byte.
   if (row.runs == kMostRuns || p1 > row.last + 1 || p2 < row.first - 1) Draw(y / kSubPixels);
@@ -62,7 +63,7 @@ void PQel::CoveredRows::Add(long x1, long x2, long y) {
 }
 
 void PQel::CoveredRows::Draw(long y) {
-  Row &row = m_pRows[y];
+  Row &row = m_pRows[y - m_lTop];
   if (row.runs == 0) return;
   const long lFirst = row.first, lLast = row.last;
   long lFullFirst = row.run[0].x1, lFullEnd = row.run[0].x2 + 1;

@@ -7,7 +7,8 @@
 
 class PQel::CoveredRows {
  public:
-  CoveredRows(PQel &image, long long llColor);
+  /// For a shape within the sub-pixel rows lTop to lBottom.
+  CoveredRows(PQel &image, long long llColor, long lTop, long lBottom);
 
   /// False when memory is short; then runs must be drawn one by one.
   bool IsReady() const { return m_pRows != nullptr; }
@@ -21,7 +22,7 @@ class PQel::CoveredRows {
   /// written.
   static bool Suits(const PQel &image);
 
-  /// Takes the sub-pixels x1 to x2 of sub-pixel row y.
+  /// Takes the sub-pixels x1 to x2 of sub-pixel row y; what lies outside the image or the shape's rows is left out.
   void Add(long x1, long x2, long y);
 
  private:
@@ -46,7 +47,9 @@ class PQel::CoveredRows {
   const int m_nChannels;
   const bool m_bMirror;   // a snapshot is kept, or was: its pages are saved before they change
   const bool m_bInPlace;  // the pixels can be changed where they lie
-  PMem m_lines;           // or else the current line and the base line
+  const long m_lTop;      // the shape's pixel rows
+  const long m_lBottom;
+  PMem m_lines;  // where they cannot be changed in place: the current line and the base line
   PMem m_memRows;
-  Row *m_pRows;  // of every row of the image
+  Row *m_pRows;  // of the shape's pixel rows
 };

@@ -82,7 +82,7 @@ int PQel::FillCircle(RECT *pRect, long long llColor) {
   if (!m_bRepeat && IsOutside(rc, lWidth, lHeight)) return 1;
 
   if (CoveredRows::Suits(*this)) {
-    CoveredRows rows(*this, llColor);
+    CoveredRows rows(*this, llColor, rc.top, rc.bottom - 1L);
     if (rows.IsReady()) {
       TraceEllipse(W, H, [&](long X, long Y) {
         const Spans spans(rc, X, Y);
@@ -100,13 +100,16 @@ int PQel::FillCircle(RECT *pRect, long long llColor) {
 /// Fills an inscribed ellipse in the order of the store, when nobody sees the runs pass: memory is written fastest
 /// upwards. 0, and nothing drawn, when memory is short.
 int PQel::xFillEllipseUpwards(const RECT &rc, long long llColor) {
+  const long lTop = std::max(static_cast<long>(rc.top), 0L);
+  const long lBottom = std::min(static_cast<long>(rc.bottom), m_lHeight) - 1;
+  if (lTop > lBottom) return 1;
   PMem memory;
-  const auto dwBytes = static_cast<unsigned long>(m_lHeight) * sizeof(Span);
+  const auto dwBytes = static_cast<unsigned long>(lBottom - lTop + 1) * sizeof(Span);
   auto *const pSpans = reinterpret_cast<Span *>(memory.AllocMemory(GHND, dwBytes));
   if (pSpans == nullptr) return 0;
   const auto add = [&](const Spans &spans, long y) {
-    if (y < 0 || y >= m_lHeight || spans.left > spans.right) return;
-    Span &span = pSpans[y];  // of spans on one row the widest holds the others
+    if (y < lTop || y > lBottom || spans.left > spans.right) return;
+    Span &span = pSpans[y - lTop];  // of spans on one row the widest holds the others
     if (span.end - span.first <= spans.right - spans.left) span = {spans.left, spans.right + 1};
   };
   TraceEllipse(static_cast<long>(rc.right) - rc.left, static_cast<long>(rc.bottom) - rc.top, [&](long X, long Y) {
@@ -114,9 +117,10 @@ int PQel::xFillEllipseUpwards(const RECT &rc, long long llColor) {
     add(spans, spans.bottom);
     add(spans, spans.top);
   });
-  for (long i = 0; i < m_lHeight; ++i) {
-    const long y = m_pBIH->biHeight < 0 ? i : m_lHeight - 1 - i;
-    if (pSpans[y].first < pSpans[y].end) xDrawHorLine(pSpans[y].first, pSpans[y].end - 1, y, llColor);
+  for (long i = lTop; i <= lBottom; ++i) {
+    const long y = m_pBIH->biHeight < 0 ? i : lTop + lBottom - i;
+    const Span &span = pSpans[y - lTop];
+    if (span.first < span.end) xDrawHorLine(span.first, span.end - 1, y, llColor);
   }
   return 1;
 }

@@ -69,7 +69,7 @@ int PQel::Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long 
     }
   };
   if (CoveredRows::Suits(*this)) {
-    CoveredRows rows(*this, llColor);
+    CoveredRows rows(*this, llColor, lLast, lFirst);
     if (rows.IsReady()) {
       forRows([&](long x1, long x2, long y) { rows.Add(x1, x2, y); });
       return 1;
