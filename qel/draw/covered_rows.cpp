@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <span>
 
+#include "qel/draw/coordinates.h"
 #include "qel/lines/coverage.h"
+
+using qel::draw::kSubPixels;
 
 namespace {
 
-constexpr long kSubPixels = 8;
 constexpr int kGlobalStore = 1;  // its pages are always there
 
 }  // namespace

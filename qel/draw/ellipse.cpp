@@ -5,21 +5,17 @@
 #include <climits>
 #include <cmath>
 
+#include "qel/draw/coordinates.h"
 #include "qel/draw/covered_rows.h"
 #include "qel/image/image.h"
 
-namespace {
+using qel::draw::kSubPixels, qel::draw::Saturated, qel::draw::Wide;
 
-/// Decision values grow with the third power of the size, past 64 bits for the largest rectangles.
-__extension__ using Wide = __int128;
+namespace {
 
 /// True when nothing of a rectangle can be seen.
 bool IsOutside(const RECT &rc, long lWidth, long lHeight) {
   return rc.right <= 0 || rc.bottom <= 0 || rc.left >= lWidth || rc.top >= lHeight;
-}
-
-LONG Saturated(long n) {
-  return static_cast<LONG>(std::clamp(n, static_cast<long>(INT_MIN), static_cast<long>(INT_MAX)));
 }
 
 /// The widest span of a row.
@@ -38,7 +34,7 @@ struct Spans {
 };
 
 /// Walks along a quarter of an ellipse of W by H pixels and calls `step` with the insets of every pair of spans, in
-/// half pixels.
+/// half pixels. Decision values grow with the third power of the size, past 64 bits for the largest rectangles.
 template <class Step>
 void TraceEllipse(long W, long H, Step step) {
   const Wide W2 = Wide{W} * W, H2 = Wide{H} * H;
@@ -72,7 +68,7 @@ int PQel::xSet4Pixel(RECT *pRect, long lX, long lY, long long llColor) {
 }
 
 int PQel::FillCircle(RECT *pRect, long long llColor) {
-  const long lScale = m_bAntiAlias ? 8 : 1;
+  const long lScale = m_bAntiAlias ? kSubPixels : 1;
   const long lWidth = lScale * GetImageWidth(), lHeight = lScale * m_lHeight;
   RECT rc = pRect != nullptr ? *pRect : RECT{0, 0, Saturated(lWidth), Saturated(lHeight)};
   const long W = static_cast<long>(rc.right) - rc.left, H = static_cast<long>(rc.bottom) - rc.top;
@@ -144,7 +140,7 @@ int PQel::FillEllipse(CPoint ptCenter, long lLength, long lThickness, long lAngl
   const double dArea = static_cast<double>(T * lLength);
   long lFirst = (lLength + 1) / 2, lLast = -lFirst;
   if (!m_bRepeat) {  // rows outside the image draw nothing
-    const long lHeight = (m_bAntiAlias ? 8 : 1) * m_lHeight;
+    const long lHeight = (m_bAntiAlias ? kSubPixels : 1) * m_lHeight;
     lFirst = std::min(lFirst, lHeight - 1 - cy);
     lLast = std::max(lLast, -cy);
   }

@@ -4,13 +4,13 @@
 #include <climits>
 #include <cmath>
 
+#include "qel/draw/coordinates.h"
 #include "qel/draw/covered_rows.h"
 #include "qel/image/image.h"
 
-namespace {
+using qel::draw::kSubPixels, qel::draw::Saturated, qel::draw::Wide;
 
-/// Products of two differences of coordinates may pass 64 bits.
-__extension__ using Wide = __int128;
+namespace {
 
 /// n / d, rounded to the nearest number, halves away from zero.
 template <class Number>
@@ -25,10 +25,6 @@ long Crossing(const CPoint &a, const CPoint &b, long y) {
   const long most = long{1} << 31;
   if (down > -most && down < most && across > -most && across < most) return a.x + Rounded((y - a.y) * across, down);
   return a.x + static_cast<long>(Rounded(Wide{y - a.y} * across, Wide{down}));
-}
-
-LONG Saturated(long n) {
-  return static_cast<LONG>(std::clamp(n, static_cast<long>(INT_MIN), static_cast<long>(INT_MAX)));
 }
 
 /// Half the width of a band across a line, rounded half away from zero.
@@ -59,7 +55,7 @@ int PQel::Fill4PixelRegion(CPoint pt1, CPoint pt2, CPoint pt3, CPoint pt4, long 
   const auto [top, bottom] = std::minmax({pt1.y, pt2.y, pt3.y, pt4.y});
   long lFirst = bottom, lLast = top;
   if (!m_bRepeat) {  // rows outside the image draw nothing
-    lFirst = std::min(lFirst, (m_bAntiAlias ? 8 : 1) * m_lHeight - 1);
+    lFirst = std::min(lFirst, (m_bAntiAlias ? kSubPixels : 1) * m_lHeight - 1);
     lLast = std::max(lLast, 0L);
   }
   const auto forRows = [&](auto draw) {

@@ -2,18 +2,19 @@
 
 #include <algorithm>
 
+#include "qel/draw/coordinates.h"
 #include "qel/image/image.h"
+
+using qel::draw::kSubPixels;
 
 namespace {
 
-constexpr LONG kSubPixels = 8;
-
-LONG RoundDown(LONG n) {
-  return n & -kSubPixels;
+LONG RoundDown(long n) {
+  return static_cast<LONG>(n & -kSubPixels);
 }
 
-LONG RoundUp(LONG n) {
-  return static_cast<LONG>((static_cast<long>(n) + kSubPixels - 1) & -static_cast<long>(kSubPixels));
+LONG RoundUp(long n) {
+  return RoundDown(n + kSubPixels - 1);
 }
 
 CRect Clamped(const RECT &rc, long lWidth, long lHeight) {

@@ -8,13 +8,15 @@
 #include <algorithm>
 #include <climits>
 
+#include "qel/draw/coordinates.h"
 #include "qel/image/image.h"
 #include "qel/lines/coverage.h"
 #include "qel/lines/run_fill.h"
 
+using qel::draw::kSubPixels;
+
 namespace {
 
-constexpr long kSubPixels = 8;
 constexpr int kFullWeight = 32;  // of one sub-pixel row: eight of them are 256
 
 /// Fills a line with pixels; lines of 1 and 4 bits whole bytes of them, so that where a byte starts does not matter.
