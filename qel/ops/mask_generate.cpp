@@ -33,12 +33,13 @@ bool CreateLike(PQel &image, PQel &like, long lWidth, long lHeight, int nType, l
   return image.CreateImage(like.GetBI(), lWidth, lHeight, nType, kAnyStore, 0, 0) && image.Clear(llColor);
 }
 
-/// Copies a mask's levels to (offset, offset) of another image of 256 grays, which is large enough.
+/// Copies a mask's levels to (offset, offset) of another image of 256 grays, as far as they fit into it.
 bool CopyLevels(PQel &to, PQel &mask, long lOffset) {
-  const long lWidth = mask.GetImageWidth();
+  const long lWidth = std::min(mask.GetImageWidth(), to.GetImageWidth() - lOffset);
+  const long lHeight = std::min(mask.GetImageHeight(), to.GetImageHeight() - lOffset);
   PMem line;
   if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lWidth))) return false;
-  for (long y = mask.GetImageHeight() - 1; y >= 0; --y) {
+  for (long y = lHeight - 1; y >= 0; --y) {
     if (!mask.GetGrayHorLine(0, lWidth - 1, y, line.GetPointer(), nullptr)) return false;
     to.PutGrayHorLine(lOffset, lOffset + lWidth - 1, y + lOffset, line.GetPointer());
   }
@@ -88,12 +89,7 @@ int PQel::GenerateImageMask(PQel *pMask, int nBlur, DWORD dwKey) {
   }
   if (nBlur > 0) {
     PQel shadow;
-    PQel &mask = *pMask;
-    if (!CreateLike(shadow, mask, lWorkWidth, lWorkHeight, kGray, 255)) return 0;
-    POINT at = {static_cast<LONG>(measures.offset), static_cast<LONG>(measures.offset)};
-    if (!shadow.CopyRect(&mask, &at, nullptr) || !shadow.GaussianBlur(nullptr, measures.sigma, nullptr) ||
-        !mask.Composite(&shadow, 0))
-      return 0;
+    if (!CastShadow(shadow, *pMask, measures, lWorkWidth, lWorkHeight) || !pMask->Composite(&shadow, 0)) return 0;
   }
   if (!bInPlace) {
     DeleteImage(1);
