@@ -10,6 +10,24 @@
 
 namespace lines = qel::lines;
 
+namespace {
+
+/// Multiplies what an image of lEnd pixels a line has of the pixels lFirst to lLast; `read` and `write` move a span.
+template <class Read, class Write>
+int ScaleSpan(long lFirst, long lLast, long lEnd, long lPixelBytes, int nFactor, Read read, Write write) {
+  lFirst = std::max(lFirst, 0L);
+  lLast = std::min(lLast, lEnd - 1);
+  if (lFirst > lLast) return 1;
+  const long lBytes = (lLast - lFirst + 1) * lPixelBytes;
+  PMem span;
+  if (!span.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lBytes)) || !read(lFirst, lLast, span.GetPointer()))
+    return 0;
+  lines::ScaleBytes(span.GetPointer(), lBytes, static_cast<unsigned char>(nFactor));
+  return write(lFirst, lLast, span.GetPointer());
+}
+
+}  // namespace
+
 // Maps ---------------------------------------------------------------------------------------------------------------
 
 int PQel::DoMap(unsigned char *pMap) {
@@ -41,26 +59,18 @@ int PQel::DoMap(unsigned char *pMap) {
 
 int PQel::MulHorLine(long x0, long x1, long y, int nFactor) {
   if (m_nImageType != 1 && m_nImageType != 5) return 0;
-  x0 = std::max(x0, 0L);
-  x1 = std::min(x1, GetImageWidth() - 1);
-  if (y < 0 || y >= m_lHeight || x0 > x1) return 1;
-  const long lBytes = (x1 - x0 + 1) * (GetBitCount() / 8);
-  PMem span;
-  if (!span.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lBytes))) return 0;
-  if (!GetHorLine(x0, x1, y, span.GetPointer())) return 0;
-  lines::ScaleBytes(span.GetPointer(), lBytes, static_cast<unsigned char>(nFactor));
-  return PutHorLine(x0, x1, y, span.GetPointer());
+  if (y < 0 || y >= m_lHeight) return 1;
+  return ScaleSpan(
+      x0, x1, GetImageWidth(), GetBitCount() / 8, nFactor,
+      [&](long a, long b, unsigned char *p) { return GetHorLine(a, b, y, p); },
+      [&](long a, long b, unsigned char *p) { return PutHorLine(a, b, y, p); });
 }
 
 int PQel::MulVerLine(long x, long y0, long y1, int nFactor) {
   if (m_nImageType != 1 && m_nImageType != 5) return 0;
-  y0 = std::max(y0, 0L);
-  y1 = std::min(y1, m_lHeight - 1);
-  if (x < 0 || x >= GetImageWidth() || y0 > y1) return 1;
-  const long lBytes = (y1 - y0 + 1) * (GetBitCount() / 8);
-  PMem span;
-  if (!span.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lBytes))) return 0;
-  if (!GetVerLine(x, y0, y1, span.GetPointer())) return 0;
-  lines::ScaleBytes(span.GetPointer(), lBytes, static_cast<unsigned char>(nFactor));
-  return PutVerLine(x, y0, y1, span.GetPointer());
+  if (x < 0 || x >= GetImageWidth()) return 1;
+  return ScaleSpan(
+      y0, y1, m_lHeight, GetBitCount() / 8, nFactor,
+      [&](long a, long b, unsigned char *p) { return GetVerLine(x, a, b, p); },
+      [&](long a, long b, unsigned char *p) { return PutVerLine(x, a, b, p); });
 }
