@@ -33,13 +33,7 @@ constexpr int kAllStores = 15;
 
 // Transfer errors ----------------------------------------------------------------------------------------------------
 
-thread_local char t_szTransferError[256];
-
-void SetTransferError(const char *pszReason) {
-  const size_t nLength = std::min(std::strlen(pszReason), sizeof t_szTransferError - 1);
-  std::memcpy(t_szTransferError, pszReason, nLength);
-  t_szTransferError[nLength] = '\0';
-}
+thread_local std::string t_strTransferError;  // empty: none
 
 // Owners -------------------------------------------------------------------------------------------------------------
 
@@ -111,7 +105,7 @@ class FormatLibrary {
     m_pfnSetWaitingCallback(nullptr);
     const auto pfnError = xFind<CodecTransferError>("zulTransferError");
     const char *const pszError = pfnError ? pfnError() : nullptr;
-    if (pszError) SetTransferError(*pszError ? pszError : "the picture is incomplete");
+    if (pszError) t_strTransferError = *pszError ? pszError : "the picture is incomplete";
   }
 
  private:
@@ -168,13 +162,13 @@ std::string LibraryOf(const char *pszName) {
 using namespace qel::fileio;
 
 const char *GetCodecTransferError() {
-  return *t_szTransferError ? t_szTransferError : nullptr;
+  return t_strTransferError.empty() ? nullptr : t_strTransferError.c_str();
 }
 
 // Through one library ------------------------------------------------------------------------------------------------
 
 int PQel::OpenImage(const char *pszName, const char *pszLibrary) {
-  SetTransferError("");
+  t_strTransferError.clear();
   if (!pszName || !pszLibrary) return 0;
   const FormatLibrary library(pszLibrary, "zulReadHeader", "zulReadDIBImg");
   if (!library.IsComplete()) return 0;
@@ -197,7 +191,7 @@ int PQel::OpenImage(const char *pszName, const char *pszLibrary) {
 }
 
 int PQel::SaveImage(const char *pszName, const char *pszLibrary) {
-  SetTransferError("");
+  t_strTransferError.clear();
   if (!pszName || !pszLibrary || IsEmpty()) return 0;
   if (GetImageWidth() > kLargestSide || m_lHeight > kLargestSide) return 0;
   const FormatLibrary library(pszLibrary, "zulSaveHeader", "zulSaveDIBImg");
@@ -221,7 +215,7 @@ int PQel::SaveImage(const char *pszName, const char *pszLibrary) {
     return 0;
   }
   library.Transfer(file.Get(), image);
-  if (!file.Close() && !GetCodecTransferError()) SetTransferError("the file could not be written whole");
+  if (!file.Close() && t_strTransferError.empty()) t_strTransferError = "the file could not be written whole";
   return 1;
 }
 
@@ -251,7 +245,7 @@ int PQel::SetJPGQuality(int nQuality) {
 // Any kind of file ---------------------------------------------------------------------------------------------------
 
 int PQel::OpenImage(const char *pszName) {
-  SetTransferError("");
+  t_strTransferError.clear();
   if (!pszName) return 0;
   DeleteImage(1);
   if (OpenDIBImage(pszName)) return 1;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "qel/image/image.h"
@@ -58,9 +59,10 @@ void BuildKernel(Kernel &kernel, double sigma) {
 }
 
 /// The kernel of a sigma. The last one is kept: its 61 exponentials in extended precision take longer than the blur of
-/// a small image.
+/// a small image. On the heap: a program that loads the engine while it runs has a few hundred bytes for thread-locals.
 const Kernel &KernelOf(double sigma) {
-  thread_local Kernel last;
+  thread_local const auto kept = std::make_unique<Kernel>();
+  Kernel &last = *kept;
   if (last.sigma != sigma || last.n == 0) {
     BuildKernel(last, sigma);
     qel::lines::MakeKernel(last.ready, last.weights, last.n);
