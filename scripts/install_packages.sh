@@ -3,7 +3,8 @@
 # sudo when not run as root. Nothing is asked and nothing is touched when all are there.
 set -euo pipefail
 
-needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev imagemagick)
+needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev
+        libjpeg62-turbo-dev libwebp-dev imagemagick)
 welcome=(ccache) # makes rebuilds faster; a build without it is the same
 
 have_dpkg() { command -v dpkg-query >/dev/null && command -v apt-get >/dev/null; }

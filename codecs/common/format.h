@@ -64,7 +64,8 @@ class Encoder {
   std::string error;
 };
 
-/// A format. Each shared object has one and exports its address as "zulFormat", for the reader library.
+/// A format. Each shared object has one and exports the function "zulFormat", which returns its address, for the reader
+/// library.
 struct Format {
   const char *name;  // as users write it: "PNG"
   /// True when a file that begins with these bytes (64 of them, fewer in a shorter file) is of this format.

@@ -1,0 +1,243 @@
+// The entry points of a format library, over the format that its folder defines.
+//
+// Reading and saving take two calls each. What the first one learned is kept under its file handle for the second one,
+// so that threads with files of their own do not meet; callback and error text belong to the thread.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "codecs/common/format.h"
+#include "codecs/common/store.h"
+#include "qel/fileio/codec_header.h"
+#include "qel/platform/gdi/palette.h"
+
+namespace qel::codecs {
+namespace {
+
+constexpr long kLargestSide = 32767;  // that a header record can tell
+constexpr std::size_t kHeadBytes = 64;
+constexpr std::size_t kMaxColors = 256;
+
+// What belongs to a thread -------------------------------------------------------------------------------------------
+
+thread_local CodecWaitingCallback t_pfnWaiting;
+thread_local bool t_failed;
+thread_local char t_error[256];
+
+void Fail(const std::string &reason) {
+  t_failed = true;
+  std::snprintf(t_error, sizeof t_error, "%s", reason.empty() ? "the picture is incomplete" : reason.c_str());
+}
+
+/// Runs the work of an entry point, which must not let an exception out; false when it threw.
+template <class Work>
+bool Guarded(const Work &work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc &) {
+    Fail("there is not enough memory");
+  } catch (const std::exception &exception) {
+    Fail(exception.what());
+  }
+  return false;
+}
+
+Progress WaitingProgress() {
+  const CodecWaitingCallback pfn = t_pfnWaiting;
+  if (pfn == nullptr) return [](long, long) { return false; };
+  return [pfn](long done, long all) { return pfn(static_cast<LONG>(done), static_cast<LONG>(all), 0) != 0; };
+}
+
+// What belongs to a file ---------------------------------------------------------------------------------------------
+
+/// Things kept from the first call for a file to the second.
+template <class Kept>
+class KeptByFile {
+ public:
+  void Put(HFILE hFile, Kept kept) {
+    const std::lock_guard lock(m_mutex);
+    m_kept.insert_or_assign(hFile, std::move(kept));
+  }
+
+  /// Empty when nothing is kept.
+  Kept Take(HFILE hFile) {
+    const std::lock_guard lock(m_mutex);
+    const auto node = m_kept.extract(hFile);
+    return node.empty() ? Kept() : std::move(node.mapped());
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::map<HFILE, Kept> m_kept;
+};
+
+struct Reading {
+  std::unique_ptr<Decoder> decoder;
+  PictureInfo info;
+};
+
+struct Saving {
+  bool begun = false;
+  PictureInfo info;
+};
+
+KeptByFile<Reading> &Readings() {
+  static KeptByFile<Reading> readings;
+  return readings;
+}
+
+KeptByFile<Saving> &Savings() {
+  static KeptByFile<Saving> savings;
+  return savings;
+}
+
+// Palettes and headers -----------------------------------------------------------------------------------------------
+
+HPALETTE MakePalette(const std::vector<RGBQUAD> &colors) {
+  if (colors.empty() || colors.size() > kMaxColors) return nullptr;
+  struct {
+    WORD palVersion = 0x300;
+    WORD palNumEntries;
+    PALETTEENTRY palPalEntry[kMaxColors];
+  } logical;
+  logical.palNumEntries = static_cast<WORD>(colors.size());
+  for (std::size_t i = 0; i < colors.size(); ++i)
+    logical.palPalEntry[i] = {colors[i].rgbRed, colors[i].rgbGreen, colors[i].rgbBlue, 0};
+  return CreatePalette(reinterpret_cast<const LOGPALETTE *>(&logical));
+}
+
+std::vector<RGBQUAD> PaletteColors(HPALETTE hPal) {
+  PALETTEENTRY entries[kMaxColors];
+  std::vector<RGBQUAD> colors(hPal != nullptr ? GetPaletteEntries(hPal, 0, kMaxColors, entries) : 0);
+  for (std::size_t i = 0; i < colors.size(); ++i)
+    colors[i] = {entries[i].peBlue, entries[i].peGreen, entries[i].peRed, 0};
+  return colors;
+}
+
+int BitsOfType(int type) {
+  constexpr int kBits[] = {1, 24, 4, 8, 4, 8, 16, 16, 32, 48};
+  return type >= 0 && type <= 9 ? kBits[type] : 0;
+}
+
+short DotsPerInch(long dpm) {
+  const long dpi = (dpm * 127 + 2500) / 5000;
+  return static_cast<short>(dpi >= 0 && dpi <= kLargestSide ? dpi : 0);
+}
+
+void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
+  const int bits = BitsOfType(info.type);
+  header.nImageType = static_cast<short>(info.type);
+  header.nWidth = static_cast<short>(info.width);
+  header.nHeight = static_cast<short>(info.height);
+  header.nLineBytes = static_cast<short>((info.width * bits + 31) / 32 * 4);
+  header.nBitCount = static_cast<short>(bits);
+  header.nDpiX = DotsPerInch(info.dpm_x);
+  header.nDpiY = DotsPerInch(info.dpm_y);
+  header.hPalette = MakePalette(info.palette);
+}
+
+// Transfers ----------------------------------------------------------------------------------------------------------
+
+bool BeginReading(HFILE hFile, CodecImageHeader &header) {
+  unsigned char head[kHeadBytes];
+  const ssize_t bytes = pread(hFile, head, sizeof head, 0);
+  if (bytes <= 0 || !kFormat.matches(head, static_cast<std::size_t>(bytes))) return false;
+  Reading reading{kFormat.open(hFile), {}};
+  PictureInfo &info = reading.info;
+  if (!reading.decoder || !reading.decoder->ReadInfo(info) || BitsOfType(info.type) == 0) return false;
+  if (info.width < 1 || info.height < 1 || info.width > kLargestSide || info.height > kLargestSide) return false;
+  FillHeader(header, info);
+  Readings().Put(hFile, std::move(reading));
+  return true;
+}
+
+bool Read(HFILE hFile, const tagLmmInfo &memory, WORD wOffset) {
+  const Reading reading = Readings().Take(hFile);
+  if (!reading.decoder) return Fail("the file was not opened"), false;
+  Store store(memory);
+  const PictureInfo &info = reading.info;
+  if (!store.Find(wOffset)) return Fail("the image has no room for the picture"), false;
+  const PixelRows &rows = store.Rows();
+  if (rows.width != info.width || rows.height != info.height || rows.bit_count != BitsOfType(info.type))
+    return Fail("the image does not have the picture's format"), false;
+  const bool complete = reading.decoder->ReadPixels(rows, WaitingProgress());
+  ClearPadding(rows);
+  if (!complete) Fail(reading.decoder->error);
+  return complete;
+}
+
+bool BeginSaving(HFILE hFile, const CodecImageHeader &header, bool bPalette) {
+  if (kFormat.create == nullptr || header.nWidth < 1 || header.nHeight == 0) return false;
+  Saving saving{true, {}};
+  saving.info.type = header.nImageType;
+  const int bits = BitsOfType(header.nImageType);
+  if (bits == 0 || bits != header.nBitCount) return false;
+  if (bPalette && bits <= 8) saving.info.palette = PaletteColors(header.hPalette);
+  Savings().Put(hFile, std::move(saving));
+  return true;
+}
+
+bool Save(HFILE hFile, const tagLmmInfo &memory, WORD wOffset) {
+  Saving saving = Savings().Take(hFile);
+  if (!saving.begun) return Fail("the file was not prepared"), false;
+  Store store(memory);
+  PictureInfo &info = saving.info;
+  if (!store.Find(wOffset) || store.Header().biBitCount != BitsOfType(info.type))
+    return Fail("the image is not sound"), false;
+  if (store.Rows().bit_count == 16) info.type = store.Is555() ? 6 : 7;
+  info.width = store.Rows().width;
+  info.height = store.Rows().height;
+  info.dpm_x = store.Header().biXPelsPerMeter;
+  info.dpm_y = store.Header().biYPelsPerMeter;
+  const std::unique_ptr<Encoder> encoder = kFormat.create(hFile);
+  const bool complete = encoder->WriteInfo(info) && encoder->WritePixels(store.Rows(), WaitingProgress());
+  if (!complete) Fail(encoder->error);
+  return complete;
+}
+
+}  // namespace
+}  // namespace qel::codecs
+
+// Entry points -------------------------------------------------------------------------------------------------------
+
+using namespace qel::codecs;
+
+#define QEL_ENTRY_POINT extern "C" QEL_API
+
+QEL_ENTRY_POINT int zulReadHeader(HFILE hFile, CodecImageHeader *pHeader, int) {
+  return pHeader != nullptr && Guarded([=] { return BeginReading(hFile, *pHeader); });
+}
+
+QEL_ENTRY_POINT int zulReadDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) {
+  t_failed = false;
+  return pInfo != nullptr && Guarded([=] { return Read(hFile, *pInfo, wOffset); });
+}
+
+QEL_ENTRY_POINT int zulSaveHeader(HFILE hFile, CodecImageHeader *pHeader, int bPalette, int) {
+  return pHeader != nullptr && Guarded([=] { return BeginSaving(hFile, *pHeader, bPalette != 0); });
+}
+
+QEL_ENTRY_POINT int zulSaveDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) {
+  t_failed = false;
+  return pInfo != nullptr && Guarded([=] { return Save(hFile, *pInfo, wOffset); });
+}
+
+QEL_ENTRY_POINT void zulSetWaitingCallback(CodecWaitingCallback pfn) {
+  t_pfnWaiting = pfn;
+}
+
+QEL_ENTRY_POINT const char *zulTransferError() {
+  return t_failed ? t_error : nullptr;
+}
+
+QEL_ENTRY_POINT const Format *zulFormat() {
+  return &kFormat;
+}

@@ -1,0 +1,22 @@
+// Conversions of whole lines between what picture files hold and the engine's own pixel formats, beyond those of
+// qel/lines/convert.h. Lines and `n` are as there.
+#pragma once
+
+namespace qel::codecs {
+
+/// Cyan, magenta, yellow, black as amounts of ink, or (`inverted`) as amounts of light, to 24 bits.
+void CmykTo24(unsigned char *dst, const unsigned char *src, long n, bool inverted);
+
+/// 2-bit pixels to 4-bit ones, each times `factor` (1 or 5). The lines may start at the same byte.
+void CrumbsToNibbles(unsigned char *dst, const unsigned char *src, long n, int factor);
+
+/// 48-bit pixels to 24 bits by the high byte of each channel, so that the fine steps of a deep picture are dropped.
+void HighBytesOf48(unsigned char *dst, const unsigned char *src, long n);
+
+/// Sets the fourth byte of n 32-bit pixels to 255.
+void MakeOpaque(unsigned char *line, long n);
+
+/// True when the fourth byte of one of n 32-bit pixels is not 0.
+bool HasAlpha(const unsigned char *line, long n);
+
+}  // namespace qel::codecs
