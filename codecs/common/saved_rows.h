@@ -35,7 +35,8 @@ class SavedRows {
   const PictureInfo &m_info;
   const PixelRows &m_rows;
   std::array<RGBQUAD, 256> m_table = {};
-  std::array<unsigned char, 256> m_levels = {};  // what BitsToGray, NibblesToGray or an index gives, as its colour's gray
+  std::array<unsigned char, 256> m_levels =
+      {};  // what BitsToGray, NibblesToGray or an index gives, as its colour's gray
   bool m_isGray = false, m_isGrayRamp = false, m_hasAlpha = false;
   std::vector<unsigned char> m_line, m_line32;
 };
