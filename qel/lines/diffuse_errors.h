@@ -24,6 +24,23 @@ void SpreadErrors(std::int32_t *row, const std::int16_t *errors, long n, long ah
 /// The same for n pixels with one error each (1, -1), which counts in all channels.
 void SpreadGrayErrors(std::int32_t *row, const std::int16_t *errors, long n, long ahead);
 
+// For the screen (display_diffuse.h): values may leave 0 .. 255, shares are truncated toward zero.
+
+/// What a pixel can become: `sums` as above, and the limits of its value and of its key, times 16.
+struct DisplaySums {
+  std::int16_t *sums, *least, *greatest, *leastKey, *greatestKey;
+
+  DisplaySums operator+(long i) const { return {sums + i, least + i, greatest + i, leastKey + i, greatestKey + i}; }
+};
+
+/// As GatherErrors; the errors stay.
+void GatherDisplayErrors(const DisplaySums &to, const unsigned char *colors, const std::int32_t *errors, long n);
+
+/// Spreads n errors of inner pixels: 7 sixteenths are added to the pixels after them in their own row. In the row below
+/// the same pixels are set to what comes from those before (1 sixteenth), above (5) and after (3) them; behind the
+/// errors stand six entries of 0.
+void SpreadDisplayErrors(std::int32_t *current, std::int32_t *next, const std::int16_t *errors, long n);
+
 /// The plain loops: the tails of the vector ones, and the truth that tests hold them against.
 namespace plain {
 
@@ -33,6 +50,8 @@ bool GatherGrayErrors(std::int16_t *sums, const unsigned char *levels, std::int3
                       int offset);
 void SpreadErrors(std::int32_t *row, const std::int16_t *errors, long n, long ahead);
 void SpreadGrayErrors(std::int32_t *row, const std::int16_t *errors, long n, long ahead);
+void GatherDisplayErrors(const DisplaySums &to, const unsigned char *colors, const std::int32_t *errors, long n);
+void SpreadDisplayErrors(std::int32_t *current, std::int32_t *next, const std::int16_t *errors, long n);
 
 }  // namespace plain
 

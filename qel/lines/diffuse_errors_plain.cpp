@@ -59,4 +59,24 @@ void SpreadGrayErrors(std::int32_t *row, const std::int16_t *errors, long n, lon
   }
 }
 
+// For the screen -----------------------------------------------------------------------------------------------------
+
+void GatherDisplayErrors(const DisplaySums &to, const unsigned char *colors, const std::int32_t *errors, long n) {
+  for (long i = 0; i < 3 * n; ++i) {
+    const int color = colors[i + 2 - 2 * (i % 3)];
+    to.sums[i] = static_cast<std::int16_t>(16 * (color + std::clamp(errors[i], -296, 296)));  // a share is below 168
+    to.least[i] = static_cast<std::int16_t>(16 * (color - 128));
+    to.greatest[i] = static_cast<std::int16_t>(16 * (color + 128));
+    to.leastKey[i] = static_cast<std::int16_t>(16 * std::max(color - 128, 0));
+    to.greatestKey[i] = static_cast<std::int16_t>(16 * std::min(color + 128, 255));
+  }
+}
+
+void SpreadDisplayErrors(std::int32_t *current, std::int32_t *next, const std::int16_t *errors, long n) {
+  for (long i = 0; i < n; ++i) {
+    AddTo(current[i + 3], 7 * errors[i] / 16);
+    next[i + 3] = errors[i] / 16 + 5 * errors[i + 3] / 16 + 3 * errors[i + 6] / 16;
+  }
+}
+
 }  // namespace qel::lines::plain
