@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <climits>
 
+#include "qel/lines/coverage.h"
 #include "qel/platform/types.h"
 
 namespace qel::draw {
 
-/// Sub-pixels along a pixel's side in anti-alias mode.
-constexpr long kSubPixels = 8;
+using lines::kSubPixels;
 
 /// Products of coordinates, and of differences of them, may pass 64 bits.
 __extension__ using Wide = __int128;

@@ -3,7 +3,6 @@
 #include "qel/draw/covered_rows.h"
 
 #include <algorithm>
-#include <span>
 
 #include "qel/draw/coordinates.h"
 #include "qel/lines/coverage.h"
@@ -15,13 +14,6 @@ namespace {
 constexpr int kGlobalStore = 1;  // its pages are always there
 
 }  // namespace
-
-/// The pixels under a row's runs, with `base` as they were at the snapshot.
-struct PQel::CoveredRows::Line {
-  long first;
-  unsigned char *pixels;
-  const unsigned char *base;
-};
 
 bool PQel::CoveredRows::Suits(const PQel &image) {
   const int nType = image.m_nImageType;
@@ -68,20 +60,18 @@ void PQel::CoveredRows::Draw(long y) {
   Row &row = m_pRows[y - m_lTop];
   if (row.runs == 0) return;
   const long lFirst = row.first, lLast = row.last;
-  long lFullFirst = row.run[0].x1, lFullEnd = row.run[0].x2 + 1;
-  for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
-    lFullFirst = std::max(lFullFirst, run.x1), lFullEnd = std::min(lFullEnd, run.x2 + 1);
-  }
-  lFullFirst = (lFullFirst + kSubPixels - 1) / kSubPixels, lFullEnd /= kSubPixels;
-
+  for (int i = 0; i < row.runs; ++i) row.run[i].first -= kSubPixels * lFirst, row.run[i].last -= kSubPixels * lFirst;
+  const auto cover = [&](unsigned char *pLine, const unsigned char *pBase) {
+    qel::lines::CoverRuns(pLine, pBase, m_llColor, row.run, row.runs, lLast - lFirst + 1, m_nChannels);
+  };
   if (m_bInPlace) {
     unsigned char *const pLine = m_image.m_pMem->GetPointer() + m_image.xGetRowOffset(lFirst * m_nChannels, y);
     m_image.InvalidateLine(lFirst, lLast, y);
-    DrawRuns(row, {lFirst, pLine, pLine}, lFullFirst, lFullEnd);
+    cover(pLine, pLine);
   } else if (unsigned char *const pLine = m_lines.GetPointer(); pLine != nullptr) {
     unsigned char *const pBase = m_bMirror ? pLine + m_nChannels * m_image.GetImageWidth() : pLine;
     if (m_image.xReadForCover({lFirst, lLast, y, false}, pLine, pBase)) {
-      DrawRuns(row, {lFirst, pLine, pBase}, lFullFirst, lFullEnd);
+      cover(pLine, pBase);
       if (m_nChannels == 1)
         m_image.PutGrayHorLine(lFirst, lLast, y, pLine);
       else
@@ -89,37 +79,4 @@ void PQel::CoveredRows::Draw(long y) {
     }
   }
   row.runs = 0;
-}
-
-/// Draws a row's runs, the pixels that all of them cover in full at once.
-void PQel::CoveredRows::DrawRuns(const Row &row, const Line &line, long lFullFirst, long lFullEnd) const {
-  if (lFullFirst >= lFullEnd) return DrawPart(line, row, row.first, row.last);
-  DrawPart(line, row, row.first, lFullFirst - 1);
-  const long lAt = (lFullFirst - line.first) * m_nChannels;
-  qel::lines::CoverFully(line.pixels + lAt, line.base + lAt, m_llColor, row.runs, lFullEnd - lFullFirst, m_nChannels);
-  DrawPart(line, row, lFullEnd, row.last);
-}
-
-/// Draws the runs one by one into the pixels lFirst to lLast: outer pixels by the part that a run holds, others in
-/// full.
-void PQel::CoveredRows::DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const {
-  const auto blend = [&](long p, long lEnd, long lCovered) {
-    if (p >= lEnd) return;
-    const long lAt = (p - line.first) * m_nChannels;
-    (m_nChannels == 1 ? BlendGrayCoverage : Blend24bitCoverage)(line.pixels + lAt, line.base + lAt, m_llColor,
-                                                                static_cast<int>(4 * lCovered), lEnd - p);
-  };
-  for (const Run &run : std::span(row.run).first(static_cast<std::size_t>(row.runs))) {
-    const long x1 = std::max(run.x1, kSubPixels * lFirst), x2 = std::min(run.x2, kSubPixels * lLast + kSubPixels - 1);
-    if (x1 > x2) continue;
-    const long p1 = x1 / kSubPixels, p2 = x2 / kSubPixels;
-    if (p1 == p2) {
-      blend(p1, p1 + 1, x2 - x1 + 1);
-      continue;
-    }
-    const long lFullFirst = (x1 + kSubPixels - 1) / kSubPixels, lFullEnd = (x2 + 1) / kSubPixels;
-    blend(p1, lFullFirst, kSubPixels - x1 % kSubPixels);
-    blend(lFullFirst, lFullEnd, kSubPixels);
-    blend(lFullEnd, p2 + 1, (x2 + 1) % kSubPixels);
-  }
 }

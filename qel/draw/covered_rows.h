@@ -4,6 +4,7 @@
 #pragma once
 
 #include "qel/image/image.h"
+#include "qel/lines/coverage.h"
 
 class PQel::CoveredRows {
  public:
@@ -28,19 +29,12 @@ class PQel::CoveredRows {
  private:
   static constexpr int kMostRuns = 10;
 
-  struct Run {
-    long x1, x2;
-  };
   struct Row {
     long first, last;  // pixels under its runs, without a gap between them
     int runs;
-    Run run[kMostRuns];
+    qel::lines::SubPixelRun run[kMostRuns];
   };
-  struct Line;
-
   void Draw(long y);
-  void DrawRuns(const Row &row, const Line &line, long lFullFirst, long lFullEnd) const;
-  void DrawPart(const Line &line, const Row &row, long lFirst, long lLast) const;
 
   PQel &m_image;
   const long long m_llColor;

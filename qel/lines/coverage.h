@@ -16,7 +16,17 @@ QEL_API void Blend24bitCoverage(unsigned char *pLine, const unsigned char *pBase
 
 namespace qel::lines {
 
-/// Several rows that cover lCount pixels of `channels` bytes (1 or 3) in full, one after the other.
-void CoverFully(unsigned char *line, const unsigned char *base, long long color, int rows, long count, int channels);
+/// Sub-pixels along a pixel's side.
+constexpr long kSubPixels = 8;
+
+/// What a run covers of a line, from its first to its last sub-pixel, counted from the left edge of the line.
+struct SubPixelRun {
+  long first, last;
+};
+
+/// Blends `count` runs into a line of pixels of `channels` bytes (1 or 3), one after the other. The runs lie within the
+/// line; a pixel takes four of weight for each of its sub-pixels that a run covers.
+void CoverRuns(unsigned char *line, const unsigned char *base, long long color, const SubPixelRun *runs, int count,
+               long pixels, int channels);
 
 }  // namespace qel::lines

@@ -3,12 +3,13 @@
 #include "qel/lines/coverage.h"
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
+
+#include "support/targets.h"
 
 namespace {
 
@@ -19,19 +20,15 @@ unsigned char Moved(int v, int o, int c, int weight) {
   return static_cast<unsigned char>(std::clamp(moved, std::min(o, c), std::max(o, c)));
 }
 
-template <class Check>
-void OnEveryTarget(Check check) {
-  for (std::int64_t left = hwy::SupportedTargets(); left != 0; left &= left - 1) {
-    hwy::SetSupportedTargetsForTest(left & -left);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    check();
-    hwy::SetSupportedTargetsForTest(0);
-  }
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+/// Rows over a whole gray line.
+void CoverFully(Bytes &line, const Bytes &base, int color, int rows) {
+  const auto pixels = static_cast<long>(line.size());
+  const std::vector<qel::lines::SubPixelRun> runs(static_cast<std::size_t>(rows), {0, 8 * pixels - 1});
+  qel::lines::CoverRuns(line.data(), base.data(), color, runs.data(), rows, pixels, 1);
 }
 
 TEST(Coverage, FullRowsOverEveryValueBaseAndColour) {
-  OnEveryTarget([] {
+  test::ForEachTarget([] {
     for (int c = 0; c < 256; ++c)
       for (const int rows : {1, 2, 8, 11}) {
         Bytes line(256), expected(256);
@@ -41,7 +38,7 @@ TEST(Coverage, FullRowsOverEveryValueBaseAndColour) {
           for (int r = 0; r < rows; ++r) moved = Moved(moved, moved, c, 32);
           expected[static_cast<std::size_t>(v)] = static_cast<unsigned char>(moved);
         }
-        qel::lines::CoverFully(line.data(), line.data(), c, rows, 256, 1);
+        CoverFully(line, line, c, rows);
         ASSERT_EQ(line, expected) << "colour " << c << ", " << rows << " rows";
       }
     for (int c = 0; c < 256; c += 3)
@@ -53,14 +50,14 @@ TEST(Coverage, FullRowsOverEveryValueBaseAndColour) {
           for (int r = 0; r < 8; ++r) moved = Moved(moved, o, c, 32);
           expected[static_cast<std::size_t>(v)] = static_cast<unsigned char>(moved);
         }
-        qel::lines::CoverFully(line.data(), base.data(), c, 8, 256, 1);
+        CoverFully(line, base, c, 8);
         ASSERT_EQ(line, expected) << "colour " << c << ", base " << o;
       }
   });
 }
 
 TEST(Coverage, LinesOfEveryLengthAndWeight) {
-  OnEveryTarget([] {
+  test::ForEachTarget([] {
     std::mt19937 random(9);
     for (long count = 0; count < 150; ++count)
       for (const int channels : {1, 3}) {
@@ -76,6 +73,43 @@ TEST(Coverage, LinesOfEveryLengthAndWeight) {
         (channels == 1 ? BlendGrayCoverage : Blend24bitCoverage)(line.data(), base.data(), color, weight, count);
         ASSERT_EQ(line, expected) << count << " pixels of " << channels << ", weight " << weight;
       }
+  });
+}
+
+TEST(Coverage, RunsOneAfterTheOther) {
+  test::ForEachTarget([] {
+    std::mt19937 random(11);
+    const auto below = [&](long n) { return static_cast<long>(random() % static_cast<unsigned long>(n)); };
+    for (int round = 0; round < 3000; ++round) {
+      const long pixels = 1 + below(round % 3 ? 200 : 12), start = below(64);
+      const int channels = round % 2 ? 3 : 1, rows = 1 + static_cast<int>(below(10));
+      const bool ownBase = round % 5 < 2;
+      const long long color = static_cast<long long>(random());
+      std::vector<qel::lines::SubPixelRun> runs;
+      for (int r = 0; r < rows; ++r) {
+        // Most runs reach from end to end, as those of a shape do.
+        long first = below(r && round % 4 ? std::min(30L, 8 * pixels) : 8 * pixels),
+             last = 8 * pixels - 1 - below(8 * pixels);
+        if (round % 4) last = std::max(first, 8 * pixels - 1 - below(30));
+        if (first > last) std::swap(first, last);
+        runs.push_back({first, last});
+      }
+      Bytes line(static_cast<std::size_t>(start + pixels * channels) + 70), base(line.size());
+      for (auto *bytes : {&line, &base})
+        for (auto &b : *bytes) b = static_cast<unsigned char>(random());
+      Bytes expected = line;
+      for (const auto &[first, last] : runs)
+        for (long p = first / 8; p <= last / 8; ++p)
+          for (long k = 0; k < channels; ++k) {
+            const auto i = static_cast<std::size_t>(start + p * channels + k);
+            const long covered = std::min(last, 8 * p + 7) - std::max(first, 8 * p) + 1;
+            const auto c = static_cast<unsigned char>(color >> 8 * k);
+            expected[i] = Moved(expected[i], ownBase ? base[i] : expected[i], c, 4 * static_cast<int>(covered));
+          }
+      qel::lines::CoverRuns(line.data() + start, (ownBase ? base : line).data() + start, color, runs.data(), rows,
+                            pixels, channels);
+      ASSERT_EQ(line, expected) << "round " << round;
+    }
   });
 }
 
