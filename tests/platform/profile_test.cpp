@@ -61,9 +61,9 @@ TEST(ProfileTest, AWriteChangesOneThing) {
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0644));
   }
   WriteFile(path, kWritten);
-  for (const char *pszBad : {"", " ", "a]b", "a\nb", ";a", "[a"}) {
-    EXPECT_FALSE(WritePrivateProfileStringA(pszBad, "k", "1", path.c_str()));
-    EXPECT_FALSE(WritePrivateProfileStringA("s", pszBad[1] == ']' ? "a=b" : pszBad, "1", path.c_str()));
+  for (const std::string bad : {"", " ", "a]b", "a\nb", ";a", "[a"}) {
+    EXPECT_FALSE(WritePrivateProfileStringA(bad.c_str(), "k", "1", path.c_str()));
+    EXPECT_FALSE(WritePrivateProfileStringA("s", bad == "a]b" ? "a=b" : bad.c_str(), "1", path.c_str()));
   }
   EXPECT_FALSE(WritePrivateProfileStringA("s", "k", "1\n[t]", path.c_str()));
   EXPECT_FALSE(WritePrivateProfileStringA(nullptr, "k", "1", path.c_str()));
