@@ -6,6 +6,8 @@
 #include "qel/draw/point_stack.h"
 #include "qel/export.h"
 #include "qel/fileio/codec_header.h"
+#include "qel/fileio/reader_library.h"
+#include "qel/fileio/ufile_io.h"
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/coverage.h"

@@ -2,10 +2,7 @@
 //
 // Reading and saving take two calls each. What the first one learned is kept under its file handle for the second one,
 // so that threads with files of their own do not meet; callback and error text belong to the thread.
-#include <unistd.h>
-
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,6 +12,7 @@
 #include <vector>
 
 #include "codecs/common/format.h"
+#include "codecs/common/reading.h"
 #include "codecs/common/store.h"
 #include "qel/fileio/codec_header.h"
 #include "qel/platform/gdi/palette.h"
@@ -23,8 +21,6 @@ namespace qel::codecs {
 namespace {
 
 constexpr long kLargestSide = 32767;  // that a header record can tell
-constexpr std::size_t kHeadBytes = 64;
-constexpr std::size_t kMaxColors = 256;
 
 // What belongs to a thread -------------------------------------------------------------------------------------------
 
@@ -79,11 +75,6 @@ class KeptByFile {
   std::map<HFILE, Kept> m_kept;
 };
 
-struct Reading {
-  std::unique_ptr<Decoder> decoder;
-  PictureInfo info;
-};
-
 struct Saving {
   bool begun = false;
   PictureInfo info;
@@ -101,30 +92,12 @@ KeptByFile<Saving> &Savings() {
 
 // Palettes and headers -----------------------------------------------------------------------------------------------
 
-HPALETTE MakePalette(const std::vector<RGBQUAD> &colors) {
-  if (colors.empty() || colors.size() > kMaxColors) return nullptr;
-  struct {
-    WORD palVersion = 0x300;
-    WORD palNumEntries;
-    PALETTEENTRY palPalEntry[kMaxColors];
-  } logical;
-  logical.palNumEntries = static_cast<WORD>(colors.size());
-  for (std::size_t i = 0; i < colors.size(); ++i)
-    logical.palPalEntry[i] = {colors[i].rgbRed, colors[i].rgbGreen, colors[i].rgbBlue, 0};
-  return CreatePalette(reinterpret_cast<const LOGPALETTE *>(&logical));
-}
-
 std::vector<RGBQUAD> PaletteColors(HPALETTE hPal) {
   PALETTEENTRY entries[kMaxColors];
   std::vector<RGBQUAD> colors(hPal != nullptr ? GetPaletteEntries(hPal, 0, kMaxColors, entries) : 0);
   for (std::size_t i = 0; i < colors.size(); ++i)
     colors[i] = {entries[i].peBlue, entries[i].peGreen, entries[i].peRed, 0};
   return colors;
-}
-
-int BitsOfType(int type) {
-  constexpr int kBits[] = {1, 24, 4, 8, 4, 8, 16, 16, 32, 48};
-  return type >= 0 && type <= 9 ? kBits[type] : 0;
 }
 
 short DotsPerInch(long dpm) {
@@ -146,15 +119,13 @@ void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
 
 // Transfers ----------------------------------------------------------------------------------------------------------
 
-bool BeginReading(HFILE hFile, CodecImageHeader &header) {
+bool Begin(HFILE hFile, CodecImageHeader &header) {
   unsigned char head[kHeadBytes];
-  const ssize_t bytes = pread(hFile, head, sizeof head, 0);
-  if (bytes <= 0 || !kFormat.matches(head, static_cast<std::size_t>(bytes))) return false;
-  Reading reading{kFormat.open(hFile), {}};
-  PictureInfo &info = reading.info;
-  if (!reading.decoder || !reading.decoder->ReadInfo(info) || BitsOfType(info.type) == 0) return false;
-  if (info.width < 1 || info.height < 1 || info.width > kLargestSide || info.height > kLargestSide) return false;
-  FillHeader(header, info);
+  std::string error;
+  if (!kFormat.matches(head, ReadHead(hFile, head))) return false;
+  Reading reading = BeginReading(kFormat, hFile, kLargestSide, error);
+  if (!reading.decoder) return false;
+  FillHeader(header, reading.info);
   Readings().Put(hFile, std::move(reading));
   return true;
 }
@@ -162,15 +133,9 @@ bool BeginReading(HFILE hFile, CodecImageHeader &header) {
 bool Read(HFILE hFile, const tagLmmInfo &memory, WORD wOffset) {
   const Reading reading = Readings().Take(hFile);
   if (!reading.decoder) return Fail("the file was not opened"), false;
-  Store store(memory);
-  const PictureInfo &info = reading.info;
-  if (!store.Find(wOffset)) return Fail("the image has no room for the picture"), false;
-  const PixelRows &rows = store.Rows();
-  if (rows.width != info.width || rows.height != info.height || rows.bit_count != BitsOfType(info.type))
-    return Fail("the image does not have the picture's format"), false;
-  const bool complete = reading.decoder->ReadPixels(rows, WaitingProgress());
-  ClearPadding(rows);
-  if (!complete) Fail(reading.decoder->error);
+  std::string error;
+  const bool complete = ReadInto(reading, memory, wOffset, WaitingProgress(), error) == Transfer::kWhole;
+  if (!complete) Fail(error);
   return complete;
 }
 
@@ -213,7 +178,7 @@ using namespace qel::codecs;
 #define QEL_ENTRY_POINT extern "C" QEL_API
 
 QEL_ENTRY_POINT int zulReadHeader(HFILE hFile, CodecImageHeader *pHeader, int) {
-  return pHeader != nullptr && Guarded([=] { return BeginReading(hFile, *pHeader); });
+  return pHeader != nullptr && Guarded([=] { return Begin(hFile, *pHeader); });
 }
 
 QEL_ENTRY_POINT int zulReadDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) {

@@ -26,6 +26,15 @@ void HighBytesOf48(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < 3 * n; ++i) dst[i] = src[2 * i + 1];
 }
 
+void Rgb555To565(unsigned char *line, long n) {
+  for (long i = 0; i < n; ++i) {
+    const unsigned pixel = line[2 * i] | line[2 * i + 1] << 8;
+    const unsigned wide = (pixel & 0x7FE0) << 1 | (pixel >> 4 & 0x20) | (pixel & 0x1F);
+    line[2 * i] = static_cast<unsigned char>(wide);
+    line[2 * i + 1] = static_cast<unsigned char>(wide >> 8);
+  }
+}
+
 void MakeOpaque(unsigned char *line, long n) {
   for (long i = 0; i < n; ++i) line[4 * i + 3] = 255;
 }

@@ -13,6 +13,10 @@ void CrumbsToNibbles(unsigned char *dst, const unsigned char *src, long n, int f
 /// 48-bit pixels to 24 bits by the high byte of each channel, so that the fine steps of a deep picture are dropped.
 void HighBytesOf48(unsigned char *dst, const unsigned char *src, long n);
 
+/// Makes 16-bit pixels of 5-5-5 such of 5-6-5, in place; the top bit of green becomes its lowest too, so that black and
+/// white stay what they are.
+void Rgb555To565(unsigned char *line, long n);
+
 /// Sets the fourth byte of n 32-bit pixels to 255.
 void MakeOpaque(unsigned char *line, long n);
 

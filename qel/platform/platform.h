@@ -21,5 +21,6 @@
 #include "qel/platform/mfc/palette.h"
 #include "qel/platform/mfc/rect.h"
 #include "qel/platform/mfc/string.h"
+#include "qel/platform/mfc/thread.h"
 #include "qel/platform/screen.h"
 #include "qel/platform/types.h"

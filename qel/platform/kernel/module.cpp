@@ -256,6 +256,13 @@ HINSTANCE RegisterModule(const void *pvAddress, const QelModuleResource *pResour
   return hModule;
 }
 
+HINSTANCE ModuleAt(const void *pvAddress) {
+  const link_map *pMap = MapOfAddress(pvAddress);
+  for (const auto &known : Modules().All())
+    if (known.second->pMap == pMap) return known.first;
+  return nullptr;
+}
+
 void UnregisterModule(HINSTANCE hModule) {
   std::lock_guard lock(CountMutex());
   const auto module = Modules().Find(hModule);

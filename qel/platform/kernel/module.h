@@ -39,11 +39,14 @@ std::string ModulePath(HINSTANCE hModule);
 
 /// Where format libraries and data files are installed: qel/ beside the engine's own library, ../lib/qel/ seen from the
 /// executable when the engine is linked into it. Ends with a separator.
-std::string EngineLibraryFolder();
+QEL_API std::string EngineLibraryFolder();
 
 /// The handle of the module that holds an address, for code that registers the module it lives in; `pResources` becomes
 /// its resource table. The handle does not keep the module loaded. Null when the address lies in no module.
 HINSTANCE RegisterModule(const void *pvAddress, const QelModuleResource *pResources);
+
+/// The handle of the module that holds an address; null when it is not known, neither loaded nor registered.
+HINSTANCE ModuleAt(const void *pvAddress);
 
 /// Ends what RegisterModule began.
 void UnregisterModule(HINSTANCE hModule);
