@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/window.h"
 #include "qel/platform/mfc/palette.h"
 
 namespace {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/window.h"
 #include "qel/platform/kernel/helpers.h"
 #include "qel/platform/message_box.h"
 #include "qel/platform/mfc/object.h"

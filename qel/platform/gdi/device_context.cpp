@@ -1,6 +1,7 @@
 // Device contexts of the desktop: each keeps the screen's mode of the moment it was made.
 
 #include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/window.h"
 
 #include "qel/platform/handle_table.h"
 #include "qel/platform/screen.h"
