@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qel/convert/itc.h"
+#include "qel/display/scrbase.h"
 #include "qel/draw/point_array.h"
 #include "qel/draw/point_stack.h"
 #include "qel/export.h"

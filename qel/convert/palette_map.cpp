@@ -39,21 +39,9 @@ const long PItc::m_plMapPos[6] = {kMapPositions[0], kMapPositions[1], kMapPositi
 
 int PItc::ReadStdPaletteMap(unsigned char *pMap, int nType) {
   if (pMap == nullptr || nType < 0 || nType >= kTypes) return 0;
-  CFile file;
-  if (!OpenPaletteMap(file)) {
-    AfxMessageBox("Load palette.map file fail!", MB_OK);
-    qel::convert::ComputeStdPaletteMap(pMap, nType);
-    return 0;
-  }
-  file.Seek(m_plMapPos[nType], CFile::current);
-  const UINT nRead = file.Read(pMap, kMapSize);
-  if (nRead < kMapSize) {
-    // A file that is cut short is none that anybody is told of; what it lacks must not stay whatever the buffer held.
-    unsigned char map[kMapSize];
-    qel::convert::ComputeStdPaletteMap(map, nType);
-    std::copy(map + nRead, map + kMapSize, pMap + nRead);
-  }
-  return 1;
+  if (qel::convert::ReadPaletteMap(pMap, nType)) return 1;
+  AfxMessageBox("Load palette.map file fail!", MB_OK);
+  return 0;
 }
 
 namespace qel::convert {
@@ -73,6 +61,23 @@ void ComputeStdPaletteMap(unsigned char *pMap, int nType) {
   unsigned char cube[kCubeBytes];
   PItc::Set4096Pal(cube);
   lines::FindNearestColors(pMap, cube, kMapSize, palette, nColors);
+}
+
+bool ReadPaletteMap(unsigned char *pMap, int nType) {
+  CFile file;
+  const bool bOpened = OpenPaletteMap(file);
+  UINT nRead = 0;
+  if (bOpened) {
+    file.Seek(kMapPositions[nType], CFile::current);
+    nRead = file.Read(pMap, kMapSize);
+  }
+  if (nRead < kMapSize) {
+    // A file that is cut short is none that anybody is told of; what it lacks must not stay whatever the buffer held.
+    unsigned char map[kMapSize];
+    ComputeStdPaletteMap(map, nType);
+    std::copy(map + nRead, map + kMapSize, pMap + nRead);
+  }
+  return bOpened;
 }
 
 }  // namespace qel::convert

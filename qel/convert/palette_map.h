@@ -12,4 +12,8 @@ constexpr long kMapPositions[6] = {0x6000, 0x0000, 0x5000, 0x4000, 0x8000, 0x700
 /// for every key; zeros for true colour, which no map leads to.
 void ComputeStdPaletteMap(unsigned char *pMap, int nType);
 
+/// Reads that map from palette.map, beside the executable or in the engine's library folder; what the file does not
+/// hold is computed. False when there is no file.
+bool ReadPaletteMap(unsigned char *pMap, int nType);
+
 }  // namespace qel::convert

@@ -52,9 +52,22 @@ class QEL_API CObject {
   static const CRuntimeClass class##class_name; \
   CRuntimeClass *GetRuntimeClass() const override;
 
-#define IMPLEMENT_DYNAMIC(class_name, base_class_name)                                                            \
+/// For classes whose objects are also made by CRuntimeClass::CreateObject.
+#define DECLARE_DYNCREATE(class_name) \
+  DECLARE_DYNAMIC(class_name)         \
+  static CObject *CreateObject();
+
+#define IMPLEMENT_RUNTIME_CLASS(class_name, base_class_name, pfn_create)                                          \
   const CRuntimeClass class_name::class##class_name = {#class_name, static_cast<int>(sizeof(class_name)), 0xFFFF, \
-                                                       nullptr, RUNTIME_CLASS(base_class_name)};                  \
+                                                       pfn_create, RUNTIME_CLASS(base_class_name)};               \
   CRuntimeClass *class_name::GetRuntimeClass() const {                                                            \
     return RUNTIME_CLASS(class_name);                                                                             \
   }
+
+#define IMPLEMENT_DYNAMIC(class_name, base_class_name) IMPLEMENT_RUNTIME_CLASS(class_name, base_class_name, nullptr)
+
+#define IMPLEMENT_DYNCREATE(class_name, base_class_name) \
+  CObject *class_name::CreateObject() {                  \
+    return new class_name;                               \
+  }                                                      \
+  IMPLEMENT_RUNTIME_CLASS(class_name, base_class_name, class_name::CreateObject)
