@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the pictures of dithering.md anew from the program's own test pictures: docs/make_pictures.sh
+# Makes the pictures of dithering.md and masks-and-layers.md anew from the program's own test pictures:
+# docs/make_pictures.sh
 #
 # Every tile is the work of `qel`; ImageMagick sets the tiles side by side and packs them as PNG.
 set -euo pipefail
@@ -16,7 +17,7 @@ families=(bayer mesh spiral fatting hmesh vmesh)
 
 # Sets tiles side by side, so many a row, and packs them by the filter that packs better: sheet NAME COLUMNS TILE...
 sheet() {
-  montage "${@:3}" -tile "$2x" -geometry +4+4 -background white sheet.miff
+  montage "${@:3}" -tile "$2x" -geometry +4+4 -background "${background:-white}" sheet.miff
   for filter in 0 1; do
     convert sheet.miff -strip -define png:compression-level=9 -define png:compression-filter=$filter sheet-$filter.png
   done
@@ -71,5 +72,38 @@ tile 256-custom --method custom
 tile 256-custom-diffuse --palette custom.txt
 sheet colours-256 3 scene.bmp 256-map.bmp 256-bayer.bmp 256-diffuse.bmp 256-custom.bmp 256-custom-diffuse.bmp
 
+# A print on a table: a photo with a white rim, turned, on the key colour; the table is a part of a scene's floor.
+"$qel" scene floor.bmp --size 640x480
+"$qel" convert floor.bmp floor.bmp --crop 40,410,192,70
+"$qel" resize floor.bmp floor.bmp 192x144
+"$qel" convert scene.bmp black.bmp --threshold 255
+"$qel" convert black.bmp white.bmp --threshold 255 --invert
+"$qel" convert white.bmp print.bmp --crop 0,0,108,84 --type rgb
+"$qel" resize scene.bmp photo.bmp 96x72
+"$qel" compose print.bmp photo.bmp black.bmp print.bmp --at 6,6
+"$qel" rotate print.bmp print.bmp 12 --samples 1 --background 00ff00
+"$qel" mask print.bmp cut.bmp cut-mask.bmp --key 00ff00
+"$qel" compose floor.bmp cut.bmp cut-mask.bmp pasted.bmp --at 34,20
+background='#d0d0d0' sheet mask 4 print.bmp cut.bmp cut-mask.bmp pasted.bmp
+
+"$qel" mask print.bmp deep.bmp deep-mask.bmp --key 00ff00 --blur 4
+"$qel" compose floor.bmp deep.bmp deep-mask.bmp deep-pasted.bmp --at 34,20
+"$qel" shadow cut.bmp cut-mask.bmp cast.bmp cast-mask.bmp --blur 4
+"$qel" compose floor.bmp cast.bmp cast-mask.bmp cast-pasted.bmp --at 34,20
+background='#d0d0d0' sheet shadows 4 deep-mask.bmp deep-pasted.bmp cast-mask.bmp cast-pasted.bmp
+
+# A soft mask: a black window in white, blurred; the scene is sharp inside it and blurred outside.
+"$qel" convert white.bmp window.bmp --type gray256
+"$qel" convert black.bmp pane.bmp --crop 0,0,80,80
+"$qel" compose window.bmp pane.bmp black.bmp window.bmp --at 84,36
+"$qel" blur window.bmp window.bmp 10
+"$qel" blur scene.bmp hazy.bmp 3
+"$qel" compose hazy.bmp scene.bmp window.bmp focus.bmp
+background='#d0d0d0' sheet soft-mask 4 hazy.bmp scene.bmp window.bmp focus.bmp
+
+"$qel" convert scene.bmp shapes.bmp --threshold 61
+"$qel" border scene.bmp --threshold 60 --draw outlined.bmp
+background='#d0d0d0' sheet borders 3 scene.bmp shapes.bmp outlined.bmp
+
 cd "$images"
-ls -l methods.png ramps.png families-*.png displays.png colours-256.png
+ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png
