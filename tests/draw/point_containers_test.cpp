@@ -62,11 +62,4 @@ TEST(PointStack, GivesPointsBackLastFirst) {
   EXPECT_FALSE(stack.Pop(&pt));
 }
 
-TEST(PointContainers, AreClassesOfTheirOwn) {
-  PPointArray array;
-  PPointStack stack;
-  EXPECT_STREQ(array.GetRuntimeClass()->m_lpszClassName, "PPointArray");
-  EXPECT_STREQ(stack.GetRuntimeClass()->m_lpszClassName, "PPointStack");
-}
-
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -20,39 +21,24 @@ unsigned char Moved(int v, int o, int c, int weight) {
   return static_cast<unsigned char>(std::clamp(moved, std::min(o, c), std::max(o, c)));
 }
 
-/// Rows over a whole gray line.
-void CoverFully(Bytes &line, const Bytes &base, int color, int rows) {
-  const auto pixels = static_cast<long>(line.size());
-  const std::vector<qel::lines::SubPixelRun> runs(static_cast<std::size_t>(rows), {0, 8 * pixels - 1});
-  qel::lines::CoverRuns(line.data(), base.data(), color, runs.data(), rows, pixels, 1);
+/// Full rows over a gray line that holds every value thrice (its ends go another way), over one base or over itself.
+void ExpectFullRows(int color, int rows, std::optional<int> base) {
+  Bytes line(768), expected(768), bases(768, static_cast<unsigned char>(base.value_or(0)));
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    line[i] = expected[i] = static_cast<unsigned char>(i);
+    for (int r = 0; r < rows; ++r) expected[i] = Moved(expected[i], base.value_or(expected[i]), color, 32);
+  }
+  const std::vector<qel::lines::SubPixelRun> runs(static_cast<std::size_t>(rows), {0, 8 * 768 - 1});
+  qel::lines::CoverRuns(line.data(), (base ? bases : line).data(), color, runs.data(), rows, 768, 1);
+  ASSERT_EQ(line, expected) << "colour " << color << ", " << rows << " rows, base " << base.value_or(-1);
 }
 
 TEST(Coverage, FullRowsOverEveryValueBaseAndColour) {
   test::ForEachTarget([] {
     for (int c = 0; c < 256; ++c)
-      for (const int rows : {1, 2, 8, 11}) {
-        Bytes line(256), expected(256);
-        for (int v = 0; v < 256; ++v) {
-          line[static_cast<std::size_t>(v)] = static_cast<unsigned char>(v);
-          int moved = v;
-          for (int r = 0; r < rows; ++r) moved = Moved(moved, moved, c, 32);
-          expected[static_cast<std::size_t>(v)] = static_cast<unsigned char>(moved);
-        }
-        CoverFully(line, line, c, rows);
-        ASSERT_EQ(line, expected) << "colour " << c << ", " << rows << " rows";
-      }
+      for (const int rows : {1, 2, 8, 70}) ExpectFullRows(c, rows, {});
     for (int c = 0; c < 256; c += 3)
-      for (int o = 0; o < 256; o += 5) {
-        Bytes line(256), base(256, static_cast<unsigned char>(o)), expected(256);
-        for (int v = 0; v < 256; ++v) {
-          line[static_cast<std::size_t>(v)] = static_cast<unsigned char>(v);
-          int moved = v;
-          for (int r = 0; r < 8; ++r) moved = Moved(moved, o, c, 32);
-          expected[static_cast<std::size_t>(v)] = static_cast<unsigned char>(moved);
-        }
-        CoverFully(line, base, c, 8);
-        ASSERT_EQ(line, expected) << "colour " << c << ", base " << o;
-      }
+      for (int o = 0; o < 256; o += 5) ExpectFullRows(c, 8, o);
   });
 }
 
