@@ -12,6 +12,7 @@
 #include "qel/lines/convert.h"
 #include "qel/lines/display_diffuse.h"
 #include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/window.h"
 #include "qel/platform/kernel/global_memory.h"
 
 IMPLEMENT_DYNCREATE(PScrbase, CObject)
