@@ -6,9 +6,9 @@
 #include "codecs/common/file_bytes.h"
 #include "codecs/common/pixel_lines.h"
 #include "codecs/common/store.h"
-#include "codecs/jpeg/jpeg.h"
 #include "codecs/jpeg/jpeg_density.h"
 #include "codecs/jpeg/jpeg_error.h"
+#include "codecs/jpeg/jpeg_format.h"
 
 // Behind <cstdio>, which it needs.
 #include <jerror.h>

@@ -1,7 +1,7 @@
 // The JPEG format library.
 #include <cstring>
 
-#include "codecs/jpeg/jpeg.h"
+#include "codecs/jpeg/jpeg_format.h"
 
 namespace qel::codecs {
 namespace {
