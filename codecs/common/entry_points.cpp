@@ -146,6 +146,10 @@ bool BeginSaving(HFILE hFile, const CodecImageHeader &header, bool bPalette) {
   const int bits = BitsOfType(header.nImageType);
   if (bits == 0 || bits != header.nBitCount) return false;
   if (bPalette && bits <= 8) saving.info.palette = PaletteColors(header.hPalette);
+  saving.info.width = header.nWidth;
+  saving.info.height = std::abs(header.nHeight);
+  const std::unique_ptr<Encoder> encoder = kFormat.create(hFile);
+  if (!encoder->WriteInfo(saving.info)) return false;
   Savings().Put(hFile, std::move(saving));
   return true;
 }

@@ -53,7 +53,8 @@ class Decoder {
   std::string error;
 };
 
-/// Writes one picture, by the rules of Decoder.
+/// Writes one picture, by the rules of Decoder. Nothing is written before WritePixels, so that an encoder also serves
+/// to ask whether a picture can be saved at all.
 class Encoder {
  public:
   virtual ~Encoder() = default;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr long kMaxMemory = 1L << 31;  // for the coefficients of a progressive picture
 constexpr int kMaxScans = 500;         // a file of endless empty scans would take hours
-constexpr JDIMENSION kRowsAtOnce = 16;
+constexpr JDIMENSION kMostBandRows = MAX_SAMP_FACTOR * DCTSIZE;
 
 /// Hands libjpeg the bytes of the file. Behind its end stand end marks without end, so that the band of rows at hand is
 /// finished.
@@ -86,6 +86,7 @@ class JpegDecoder : public Decoder {
   JpegSource m_source;
   jpeg_progress_mgr m_watch = {};
   jpeg_decompress_struct m_info = {};
+  JDIMENSION m_bandRows = 0;          // that are coded together
   std::vector<unsigned char> m_inks;  // a row of a picture of four inks
 };
 
@@ -111,16 +112,16 @@ bool JpegDecoder::ReadInfo(PictureInfo &info) {
   return true;
 }
 
-/// Reads the next few rows; how many there are now.
+/// Reads the next rows, none behind a band's last; how many there are now.
 long JpegDecoder::xReadScanlines(const PixelRows &rows) {
-  JSAMPROW lines[kRowsAtOnce];
+  JSAMPROW lines[kMostBandRows];
   const JDIMENSION first = m_info.output_scanline;
   if (m_info.out_color_space == JCS_CMYK) {
     lines[0] = m_inks.data();
     jpeg_read_scanlines(&m_info, lines, 1);
     CmykTo24(rows.Row(first), m_inks.data(), rows.width, m_info.saw_Adobe_marker);
   } else {
-    const JDIMENSION count = std::min(kRowsAtOnce, m_info.output_height - first);
+    const JDIMENSION count = std::min(m_bandRows - first % m_bandRows, m_info.output_height - first);
     for (JDIMENSION i = 0; i < count; ++i) lines[i] = rows.Row(first + i);
     jpeg_read_scanlines(&m_info, lines, count);
   }
@@ -130,11 +131,11 @@ long JpegDecoder::xReadScanlines(const PixelRows &rows) {
 bool JpegDecoder::xReadRows(const PixelRows &rows, const Progress &progress) {
   if (setjmp(m_error.jump)) return false;
   jpeg_start_decompress(&m_info);
-  const JDIMENSION bandRows = static_cast<JDIMENSION>(m_info.max_v_samp_factor * DCTSIZE);
+  m_bandRows = static_cast<JDIMENSION>(m_info.max_v_samp_factor * DCTSIZE);
   const bool isSequential = !jpeg_has_multiple_scans(&m_info);
   while (m_info.output_scanline < m_info.output_height) {
     // A picture of many scans is all there by now, as fine as it came; of one in a single scan nothing more comes.
-    const JDIMENSION band = m_info.output_scanline / bandRows;
+    const JDIMENSION band = m_info.output_scanline / m_bandRows;
     if (isSequential && m_source.ended && band > m_source.last_band) return false;
     if (progress(xReadScanlines(rows), rows.height)) {
       std::strcpy(m_error.message, "stopped");

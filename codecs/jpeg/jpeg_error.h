@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdio>
 
-// libjpeg's header needs the two above.
+// libjpeg's header needs the two above, and has TRUE and FALSE as macros, so the engine's come first.
+#include "qel/platform/types.h"
+//
 #include <jpeglib.h>
 
 #include <csetjmp>

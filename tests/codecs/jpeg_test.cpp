@@ -1,10 +1,10 @@
 // JPEG files against libjpeg itself: what it reads and writes, the engine does too, byte for byte.
-#include <cstdio>
-// libjpeg's header needs it.
-#include <jpeglib.h>
-
 #include "codecs/pictures.h"
-#include "qel/platform/kernel/profile.h"
+
+// libjpeg's header has TRUE and FALSE as macros, so the engine's come first.
+#include <cstdio>
+//
+#include <jpeglib.h>
 
 using namespace test;
 

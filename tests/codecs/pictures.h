@@ -117,11 +117,12 @@ struct NoisyStore {
     pixels = NaiveImage(header.nWidth, header.nHeight, header.nBitCount);
     stride = static_cast<long>(NaiveRowBytes(pixels.bits, pixels.width));
     bytes.assign(kOffset + static_cast<std::size_t>(stride * pixels.height) - shortBy, 0xA5);
-    const BITMAPINFOHEADER bih = {.biSize = 40,
-                                  .biWidth = header.nWidth,
-                                  .biHeight = topDown ? -header.nHeight : header.nHeight,
-                                  .biPlanes = 1,
-                                  .biBitCount = static_cast<WORD>(header.nBitCount)};
+    BITMAPINFOHEADER bih = {};
+    bih.biSize = 40;
+    bih.biWidth = header.nWidth;
+    bih.biHeight = topDown ? -header.nHeight : header.nHeight;
+    bih.biPlanes = 1;
+    bih.biBitCount = static_cast<WORD>(header.nBitCount);
     std::memcpy(bytes.data(), &bih, sizeof bih);
     tagLmmInfo info = {bytes.size(), 2, bytes.data()};
     wasRead = reinterpret_cast<CodecTransfer>(GetProcAddress(module, "zulReadDIBImg"))(file, &info, kOffset);

@@ -57,7 +57,7 @@ TEST_F(RoundTrip, Webp) {
 TEST_F(RoundTrip, PixelsWithoutAlphaAreOpaque) {
   PQel image, opened;
   ASSERT_TRUE(image.CreateImage(8, 9, 5, 0, nullptr, 0, 0, 1, 0, 0));
-  image.Clear(nullptr, 0x563412);
+  image.Clear(0x563412);
   for (const char *const name : {"a.png", "a.webp"}) {
     const std::string path = scratch / name;
     ASSERT_TRUE(image.SaveImage(path.c_str(), *(path.end() - 1) == 'g' ? "zulpng32" : "zulwebp32"));
@@ -94,7 +94,7 @@ TEST_F(RoundTrip, Resolutions) {
                         {12345, 1, 0, 0}}) {
     PQel image;
     ASSERT_TRUE(image.CreateImage(1, 3, 3, 0, nullptr, c.x, c.y, 1, 0, 0));
-    image.Clear(nullptr, 0);
+    image.Clear(0);
     ASSERT_TRUE(image.SaveImage((scratch / "a.png").c_str(), "zulpng32"));
     ASSERT_TRUE(image.SaveImage((scratch / "a.jpg").c_str(), "zuljpg32"));
     const auto png = InfoOf("zulpng32", scratch / "a.png"), jpeg = InfoOf("zuljpg32", scratch / "a.jpg");
@@ -127,8 +127,7 @@ TEST_F(RoundTrip, Refusals) {
   EXPECT_FALSE(image.OpenImage((scratch / "text.png").c_str(), "zuljpg32"));
   ASSERT_TRUE(image.CreateImage(0, 16384, 1, 0, nullptr, 0, 0, 1, 0, 0));
   EXPECT_FALSE(image.SaveImage((scratch / "wide.webp").c_str(), "zulwebp32"));
-  EXPECT_STREQ(GetCodecTransferError(), "the picture is too large for WebP");
-  EXPECT_EQ(ReadFile(scratch / "wide.webp"), "");
+  EXPECT_FALSE(std::filesystem::exists(scratch / "wide.webp"));
 }
 
 }  // namespace
