@@ -8,7 +8,6 @@
 namespace qel::codecs {
 namespace {
 
-constexpr png_uint_32 kLargestSide = 32767;
 constexpr std::size_t kLargestChunk = 8 << 20;  // bytes, unpacked, of profiles and texts, which are not used
 constexpr png_uint_32 kMostChunks = 1000;       // of them that are kept
 
@@ -95,7 +94,6 @@ bool PngDecoder::ReadInfo(PictureInfo &info) {
   m_info = m_png != nullptr ? png_create_info_struct(m_png) : nullptr;
   if (m_info == nullptr) return error = "there is not enough memory", false;
   if (setjmp(m_error.jump)) return error = m_error.message, false;
-  png_set_user_limits(m_png, kLargestSide, kLargestSide);
   png_set_chunk_malloc_max(m_png, kLargestChunk);
   png_set_chunk_cache_max(m_png, kMostChunks);
   png_set_read_fn(m_png, this, xRead);
