@@ -193,9 +193,6 @@ void CoverRuns(const CoveredLine &l) {
   for (int r = 0; r < l.count; ++r) first = std::max(first, l.runs[r].first), end = std::min(end, l.runs[r].last + 1);
   first = (first + kSubPixels - 1) / kSubPixels * l.channels, end = end / kSubPixels * l.channels;
 
-  // The vectors of the middle lie on their own boundaries: one that crosses a cache line costs twice.
-  const long lanes = static_cast<long>(hn::Lanes(Bytes()));
-  first += static_cast<long>(-reinterpret_cast<std::uintptr_t>(l.line + first) % static_cast<std::uintptr_t>(lanes));
   const ColorPattern pattern(l.color);
   const long bytes = l.pixels * l.channels;
   if (first >= end || l.count > kMostRows) return CoverPart(l, pattern, 0, bytes);
