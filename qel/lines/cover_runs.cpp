@@ -216,7 +216,8 @@ HWY_EXPORT(CoverRuns);
 
 void CoverRuns(unsigned char *line, const unsigned char *base, long long color, const SubPixelRun *runs, int count,
                long pixels, int channels) {
-  HWY_DYNAMIC_DISPATCH(CoverRuns)({line, base, LineColor(color, channels), runs, count, pixels, channels});
+  if (count >= 1)
+    HWY_DYNAMIC_DISPATCH(CoverRuns)({line, base, LineColor(color, channels), runs, count, pixels, channels});
 }
 
 }  // namespace qel::lines
