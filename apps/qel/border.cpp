@@ -59,7 +59,7 @@ int RunBounds(const Options &options) {
 
 CLI::App *AddSearch(CLI::App &app, const char *name, const char *help, Options &options) {
   CLI::App *verb = app.add_subcommand(name, help);
-  verb->add_option("IN", options.course.path, "BMP file to read")->required();
+  verb->add_option("IN", options.course.path, "picture to read")->required();
   verb->add_option("--threshold", options.threshold, "gray level up to which a pixel belongs to a shape (default: 127)")
       ->check(CLI::Range(0, 255))
       ->type_name("N");
@@ -72,7 +72,7 @@ CLI::App *AddSearch(CLI::App &app, const char *name, const char *help, Options &
 void AddBorder(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb = AddSearch(app, "border", "Lists the pixels (x y) of dark shapes that touch a lighter one", *options);
-  verb->add_option("--draw", options->drawing, "BMP file to write instead: the picture with the border in red");
+  verb->add_option("--draw", options->drawing, "picture to write instead: the picture with the border in red");
   verb->callback([options, &status] { status = RunBorder(*options); });
 }
 

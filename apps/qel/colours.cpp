@@ -57,12 +57,6 @@ Colours ReadText(const std::string &path) {
   return colours;
 }
 
-bool IsBitmap(const std::string &path) {
-  char magic[2] = {};
-  std::ifstream(path, std::ios::binary).read(magic, 2);
-  return magic[0] == 'B' && magic[1] == 'M';
-}
-
 }  // namespace
 
 // Colours ------------------------------------------------------------------------------------------------------------
@@ -93,7 +87,7 @@ Colours LoadColours(const std::string &source) {
     if (source == builtIn.name) return builtIn.colours;
   RequireRegularFile(source);
   Colours colours;
-  if (IsBitmap(source)) {
+  if (HoldsPicture(source)) {
     PQel image;
     ReadPicture(source, image, {});
     colours = ColoursOf(image);

@@ -59,8 +59,8 @@ int Run(const Options &options) {
 void AddCompare(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb = app.add_subcommand("compare", "Tells whether two pictures hold the same pixels; fails if not");
-  verb->add_option("A", options->first, "BMP file")->required();
-  verb->add_option("B", options->second, "BMP file")->required();
+  verb->add_option("A", options->first, "picture")->required();
+  verb->add_option("B", options->second, "picture")->required();
   verb->callback([options, &status] { status = Run(*options); });
 }
 

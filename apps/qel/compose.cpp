@@ -55,12 +55,10 @@ void AddCompose(CLI::App &app, int &status) {
   CLI::App *verb = app.add_subcommand(
       "compose",
       "Lays a picture over another through a mask: where it is black the layer shows, where it is white the base");
-  verb->add_option("BASE", options->base.path, "BMP file to read: the picture underneath")->required();
-  verb->add_option("LAYER", options->layer.path, "BMP file to read: the picture on top")->required();
-  verb->add_option("MASK", options->mask.path,
-                   "BMP file to read: the layer's mask; beyond its edges the layer is left out")
-      ->required();
-  verb->add_option("OUT", options->output, "BMP file to write")->required();
+  verb->add_option("BASE", options->base.path, "the picture underneath")->required();
+  verb->add_option("LAYER", options->layer.path, "the picture on top")->required();
+  verb->add_option("MASK", options->mask.path, "the layer's mask; beyond its edges the layer is left out")->required();
+  verb->add_option("OUT", options->output, "picture to write")->required();
   AddParsed(*verb, "--at", options->at, "where the layer's top left corner lies in the base (default: 0,0)", ParsePlace)
       ->type_name("X,Y");
   AddKeepingOptions(*verb, options->base.keeping);

@@ -25,10 +25,11 @@ std::string DescribePalette(PQel &image) {
   return std::to_string(colours) + " colours, " + kind;
 }
 
-void Describe(const std::string &path, PQel &image) {
+void Describe(const std::string &path, const std::string &format, PQel &image) {
   const int type = image.GetImageType();
   tagLmmInfo lmm;
   std::printf("%s\n", path.c_str());
+  std::printf("  format      %s\n", format.c_str());
   std::printf("  size        %ld x %ld pixels, %s\n", image.GetImageWidth(), image.GetImageHeight(),
               image.GetBIH()->biHeight < 0 ? "top-down" : "bottom-up");
   std::printf("  type        %d (%s), %d bits a pixel\n", type, NameOfType(type).text, image.GetBitCount());
@@ -49,8 +50,8 @@ int Run(const Options &options) {
   for (const std::string &path : options.paths) {
     try {
       PQel image;
-      ReadPicture(path, image, options.keeping);
-      Describe(path, image);
+      const std::string format = ReadPicture(path, image, options.keeping);
+      Describe(path, format, image);
     } catch (const Failure &failure) {
       Complain(failure);
       status = 1;
@@ -63,8 +64,8 @@ int Run(const Options &options) {
 
 void AddInfo(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
-  CLI::App *verb = app.add_subcommand("info", "Tells what pictures are: size, type, palette, store, layout");
-  verb->add_option("FILE", options->paths, "BMP files")->required();
+  CLI::App *verb = app.add_subcommand("info", "Tells what pictures are: format, size, type, palette, store, layout");
+  verb->add_option("FILE", options->paths, "pictures")->required();
   AddKeepingOptions(*verb, options->keeping);
   verb->callback([options, &status] { status = Run(*options); });
 }

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "apps/qel/failure.h"
+#include "apps/qel/quality.h"
 #include "apps/qel/verbs.h"
 
 namespace app {
@@ -24,8 +25,10 @@ int Run(int argc, char **argv) {
   CLI::App app("Reads, shows and converts pictures in every depth, store and layout.", "qel");
   app.set_version_flag("--version", "qel " QEL_VERSION);
   app.require_subcommand(1);
+  app.fallthrough();  // options of all verbs may stand behind the verb
+  AddQuality(app);
   for (const auto add : {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn, AddRotate, AddBlur, AddMask,
-                         AddShadow, AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene})
+                         AddShadow, AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene, AddFormats})
     add(app, status);
   try {
     app.parse(argc, argv);

@@ -64,8 +64,8 @@ int RunShadow(const Options &options) {
 }
 
 void AddOutputs(CLI::App &verb, Options &options) {
-  verb.add_option("OUT", options.output, "BMP file to write: the picture")->required();
-  verb.add_option("OUT_MASK", options.outputMask, "BMP file to write: its mask, 0 shown to 255 left out")->required();
+  verb.add_option("OUT", options.output, "picture to write")->required();
+  verb.add_option("OUT_MASK", options.outputMask, "its mask to write, 0 shown to 255 left out")->required();
 }
 
 CLI::Option *AddBlurOption(CLI::App &verb, Options &options, int least) {
@@ -82,7 +82,7 @@ void AddMask(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb =
       app.add_subcommand("mask", "Cuts a picture out of a key colour, which becomes black: picture and mask");
-  verb->add_option("IN", options->course.path, "BMP file to read")->required();
+  verb->add_option("IN", options->course.path, "picture to read")->required();
   AddOutputs(*verb, *options);
   AddParsed(*verb, "--key", options->key, "the colour that is left out", ParseKey)->required()->type_name("RRGGBB");
   AddBlurOption(*verb, *options, 0);
@@ -93,8 +93,8 @@ void AddMask(CLI::App &app, int &status) {
 void AddShadow(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb = app.add_subcommand("shadow", "Gives a picture and its mask a soft black shadow");
-  verb->add_option("IN", options->course.path, "BMP file to read")->required();
-  verb->add_option("MASK", options->mask.path, "BMP file to read: its mask, black shown, white left out")->required();
+  verb->add_option("IN", options->course.path, "picture to read")->required();
+  verb->add_option("MASK", options->mask.path, "its mask, black shown, white left out")->required();
   AddOutputs(*verb, *options);
   AddBlurOption(*verb, *options, 1)->required();
   AddKeepingOptions(*verb, options->course.keeping);

@@ -28,6 +28,12 @@ class OutputFile {
   /// The open file. Its exceptions are the caller's.
   CFile &File() { return m_file; }
 
+  /// Closes the file, for others to write it; its passing name.
+  const std::string &CloseForOthers() {
+    m_file.Close();
+    return m_temporary;
+  }
+
   /// Closes the file and puts it in place.
   void Commit();
 

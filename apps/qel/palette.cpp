@@ -1,5 +1,4 @@
 // qel palette SOURCE: the colours of a picture or palette, shown or written to a file.
-#include <strings.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 
 #include "apps/qel/colours.h"
 #include "apps/qel/failure.h"
+#include "apps/qel/formats.h"
 #include "apps/qel/output_file.h"
 #include "apps/qel/picture_file.h"
 #include "apps/qel/recolour.h"
@@ -88,17 +88,13 @@ void WriteText(const Colours &colours, const std::string &path) {
   });
 }
 
-bool NamesBitmap(const std::string &path) {
-  return path.size() >= 4 && strcasecmp(path.c_str() + path.size() - 4, ".bmp") == 0;
-}
-
 int Run(const Options &options) {
   const Colours colours = options.custom ? MakeCustom(options.source) : LoadColours(options.source);
   if (options.output.empty() && ShowsColours())
     ShowSwatches(colours);
   else if (options.output.empty())
     std::fputs(ToText(colours).c_str(), stdout);
-  else if (NamesBitmap(options.output))
+  else if (NamesPicture(options.output))
     WriteSwatches(colours, options.output);
   else
     WriteText(colours, options.output);
@@ -111,12 +107,12 @@ void AddPalette(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb = app.add_subcommand("palette", "Shows the colours of a picture or palette, or writes them to a file");
   verb->add_option("SOURCE", options->source,
-                   "BMP file, text file with a colour such as #ff8000 a line, or one of " + BuiltInNames())
+                   "picture, text file with a colour such as #ff8000 a line, or one of " + BuiltInNames())
       ->required();
   verb->add_flag("--custom", options->custom, "make a palette of 256 colours for a picture that has none");
   verb->add_option("-o,--output", options->output,
-                   "write the colours: as squares in a picture that has them as its palette when the name ends in "
-                   ".bmp, else as text")
+                   "write the colours: as squares in a picture that has them as its palette when the name is one of a "
+                   "picture, such as colours.png, else as text")
       ->type_name("FILE");
   verb->callback([options, &status] { status = Run(*options); });
 }

@@ -11,10 +11,15 @@ namespace app {
 /// Throws a Failure for a name of anything but a file.
 void RequireRegularFile(const std::string &path);
 
-/// Reads a picture into an empty image that keeps it as asked.
-void ReadPicture(const std::string &path, PQel &image, const Keeping &keeping);
+/// Reads a picture of any known format into an empty image that keeps it as asked; returns the format's name. A picture
+/// that is not all there is read with a warning on standard error.
+std::string ReadPicture(const std::string &path, PQel &image, const Keeping &keeping);
 
-/// Writes a picture. The file appears whole or not at all, and an old one stays as it was until then.
+/// True for a file whose content is of a known format.
+bool HoldsPicture(const std::string &path);
+
+/// Writes a picture in the format of the name's extension, BMP without one. The file appears whole or not at all, and
+/// an old one stays as it was until then.
 void WritePicture(PQel &image, const std::string &path);
 
 }  // namespace app

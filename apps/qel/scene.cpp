@@ -136,7 +136,7 @@ void AddScene(CLI::App &app, int &status) {
   };
   auto options = std::make_shared<Options>();
   CLI::App *verb = app.add_subcommand("scene", "Makes a test picture like a photograph: balls with shades and shadows");
-  verb->add_option("OUT", options->output, "BMP file to write")->required();
+  verb->add_option("OUT", options->output, "picture to write")->required();
   AddParsed(*verb, "--size", options->size, "its size; default: 480x360", ParseBox)->type_name("WxH");
   verb->callback([options, &status] { status = Run(options->output, options->size); });
 }

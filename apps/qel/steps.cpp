@@ -34,8 +34,8 @@ bool NegatesByPixels(PQel &picture) {
 // Steps --------------------------------------------------------------------------------------------------------------
 
 void AddFiles(CLI::App &verb, Course &course, std::string &output) {
-  verb.add_option("IN", course.path, "BMP file to read")->required();
-  verb.add_option("OUT", output, "BMP file to write; may be IN")->required();
+  verb.add_option("IN", course.path, "picture to read")->required();
+  verb.add_option("OUT", output, "picture to write, in the format of its extension; may be IN")->required();
 }
 
 long Share(long a, long b, long c) {

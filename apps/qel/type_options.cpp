@@ -67,11 +67,12 @@ void AddTypeOptions(CLI::App &verb, TypeChoice &choice) {
     if (text.empty()) Refuse(option, "wants a file or a name");
     return text;
   };
-  AddParsed(verb, "--palette", choice.palette,
-            "colours of the result: a BMP (its colour table), a text file with a colour such as #ff8000 a line, or one "
-            "of " +
-                BuiltInNames() + "; without --type their number chooses mono, 16 or 256",
-            notEmpty)
+  AddParsed(
+      verb, "--palette", choice.palette,
+      "colours of the result: a picture (its colour table), a text file with a colour such as #ff8000 a line, or one "
+      "of " +
+          BuiltInNames() + "; without --type their number chooses mono, 16 or 256",
+      notEmpty)
       ->type_name("FILE|NAME");
   const auto findMethod = [place = PlaceIn(kMethodWords)](const std::string &option, const std::string &text) {
     return Method(place(option, text));

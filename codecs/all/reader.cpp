@@ -34,36 +34,48 @@ auto Guarded(const Work &work) -> decltype(work()) {
   return {};
 }
 
-/// A picture whose file is open for as long as this lives; without a decoder when it cannot be read.
-class OpenPicture {
+/// A file, open for as long as this lives, and its format; null when it does not open or none knows it.
+class KnownFile {
  public:
-  explicit OpenPicture(const char *pszPath) : m_hFile(OpenFile(pszPath, nullptr, OF_READ)) {
+  explicit KnownFile(const char *pszPath) : m_hFile(OpenFile(pszPath, nullptr, OF_READ)) {
     if (m_hFile == HFILE_ERROR) {
       t_error = "the file cannot be opened";
       return;
     }
     unsigned char head[kHeadBytes];
     const std::size_t bytes = ReadHead(m_hFile, head);
-    const Format *const format = FindFormat(pszPath, head, bytes);
-    if (format == nullptr)
-      t_error = "the file is of no known format";
-    else
-      m_reading = BeginReading(*format, m_hFile, std::numeric_limits<LONG>::max(), t_error);
+    m_format = FindFormat(pszPath, head, bytes);
+    if (m_format == nullptr) t_error = "the file is of no known format";
   }
-  ~OpenPicture() {
-    m_reading.decoder.reset();
+  ~KnownFile() {
     if (m_hFile != HFILE_ERROR) _lclose(m_hFile);
   }
-  OpenPicture(const OpenPicture &) = delete;
-  OpenPicture &operator=(const OpenPicture &) = delete;
+  KnownFile(const KnownFile &) = delete;
+  KnownFile &operator=(const KnownFile &) = delete;
+
+  HFILE Handle() const { return m_hFile; }
+  const Format *GetFormat() const { return m_format; }
+
+ private:
+  HFILE m_hFile;
+  const Format *m_format = nullptr;
+};
+
+/// A picture that is being read; without a decoder when it cannot be.
+class OpenPicture {
+ public:
+  explicit OpenPicture(const char *pszPath) : m_file(pszPath) {
+    if (m_file.GetFormat() != nullptr)
+      m_reading = BeginReading(*m_file.GetFormat(), m_file.Handle(), std::numeric_limits<LONG>::max(), t_error);
+  }
 
   explicit operator bool() const { return m_reading.decoder != nullptr; }
   const Reading &Get() const { return m_reading; }
   const PictureInfo &Info() const { return m_reading.info; }
 
  private:
-  HFILE m_hFile;
-  Reading m_reading;
+  KnownFile m_file;
+  Reading m_reading;  // goes before its file is closed
 };
 
 // Header and palette -------------------------------------------------------------------------------------------------
@@ -157,6 +169,14 @@ int AllReadDIBImg(const char *pszPath, tagLmmInfo *pInfo, long lOffset, AllProgr
 
 const char *AllGetError() {
   return t_error.empty() ? nullptr : t_error.c_str();
+}
+
+const char *AllFindFormat(const char *pszPath) {
+  if (pszPath == nullptr) return nullptr;
+  return Guarded([=] {
+    const Format *const format = KnownFile(pszPath).GetFormat();
+    return format != nullptr ? format->name : nullptr;
+  });
 }
 
 int AllGetFormat(int nIndex, AllFormat *pFormat) {

@@ -17,6 +17,10 @@ const char *AllGetError() {
   return "this engine was built without format libraries";
 }
 
+const char *AllFindFormat(const char *) {
+  return nullptr;
+}
+
 int AllGetFormat(int, AllFormat *) {
   return 0;
 }

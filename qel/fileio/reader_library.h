@@ -35,6 +35,10 @@ QEL_API int AllReadDIBImg(const char *pszPath, tagLmmInfo *pInfo, long lOffset, 
 /// text lasts until the next call.
 QEL_API const char *AllGetError();
 
+/// The name of the format that a file is of by its content, whether it can be read or not; null when no format library
+/// knows it. The text lasts as long as the program.
+QEL_API const char *AllFindFormat(const char *pszPath);
+
 /// Tells of the format library number `nIndex`, from 0 on, in the order of extensions; 0 when there are no more.
 QEL_API int AllGetFormat(int nIndex, AllFormat *pFormat);
 

@@ -19,6 +19,7 @@ TEST(Info, TellsSizeTypePaletteResolutionStoreAndLayout) {
   EXPECT_EQ(plain.status, 0) << plain.err;
   EXPECT_EQ(plain.out, scratch / "a.bmp" +
                            "\n"
+                           "  format      BMP\n"
                            "  size        10 x 7 pixels, top-down\n"
                            "  type        3 (256-colour palette), 8 bits a pixel\n"
                            "  palette     5 colours, custom\n"
@@ -74,8 +75,9 @@ TEST(Info, SaysInOneLineWhyAFileIsNotRead) {
     std::string bytes;
   };
   const Case cases[] = {
-      {"is not a BMP file", ""},
-      {"is not a BMP file", "GIF89a and more, enough bytes for every header that there is in such a file"},
+      {"is no picture of a known format", ""},
+      {"is no picture of a known format",
+       "GIF89a and more, enough bytes for every header that there is in such a file"},
       {"is cut short within its headers", Pack(DibFile()).substr(0, 17)},
       {"is cut short within its headers", Pack(DibFile()).substr(0, 53)},
       {"is cut short within its headers", With([](DibFile &h) { h.bits = 4; })},

@@ -109,7 +109,7 @@ TEST(Output, RefusesPlacesThatAreNoFiles) {
 TEST(Output, LeavesTheOlderFileWhenTheInputIsBad) {
   const Place place;
   test::WriteFile(place.in, "no picture");
-  EXPECT_EQ(Qel({"convert", place.in, place.out}).err, "qel: " + place.in + ": is not a BMP file\n");
+  EXPECT_EQ(Qel({"convert", place.in, place.out}).err, "qel: " + place.in + ": is no picture of a known format\n");
   EXPECT_TRUE(test::ReadFile(place.out) == place.before);
 }
 
