@@ -140,7 +140,8 @@ bool Read(HFILE hFile, const tagLmmInfo &memory, WORD wOffset) {
 }
 
 bool BeginSaving(HFILE hFile, const CodecImageHeader &header, bool bPalette) {
-  if (kFormat.create == nullptr || header.nWidth < 1 || header.nHeight == 0) return false;
+  if (kFormat.create == nullptr) return Fail("the format is only read"), false;
+  if (header.nWidth < 1 || header.nHeight == 0) return false;
   Saving saving{true, {}};
   saving.info.type = header.nImageType;
   const int bits = BitsOfType(header.nImageType);
@@ -149,7 +150,7 @@ bool BeginSaving(HFILE hFile, const CodecImageHeader &header, bool bPalette) {
   saving.info.width = header.nWidth;
   saving.info.height = std::abs(header.nHeight);
   const std::unique_ptr<Encoder> encoder = kFormat.create(hFile);
-  if (!encoder->WriteInfo(saving.info)) return false;
+  if (!encoder->WriteInfo(saving.info)) return Fail(encoder->error), false;
   Savings().Put(hFile, std::move(saving));
   return true;
 }
@@ -191,6 +192,7 @@ QEL_ENTRY_POINT int zulReadDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) 
 }
 
 QEL_ENTRY_POINT int zulSaveHeader(HFILE hFile, CodecImageHeader *pHeader, int bPalette, int) {
+  t_failed = false;
   return pHeader != nullptr && Guarded([=] { return BeginSaving(hFile, *pHeader, bPalette != 0); });
 }
 

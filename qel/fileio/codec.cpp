@@ -103,6 +103,11 @@ class FormatLibrary {
     m_pfnSetWaitingCallback([](LONG, LONG, LONG) { return 0; });
     m_pfnTransfer(hFile, &info, static_cast<WORD>(image.GetLmmOffset()));
     m_pfnSetWaitingCallback(nullptr);
+    KeepError();
+  }
+
+  /// Keeps the library's reason for a save that it refused or a transfer that it did not finish.
+  void KeepError() const {
     const auto pfnError = xFind<CodecTransferError>("zulTransferError");
     const char *const pszError = pfnError ? pfnError() : nullptr;
     if (pszError) t_strTransferError = *pszError ? pszError : "the picture is incomplete";
@@ -209,7 +214,9 @@ int PQel::SaveImage(const char *pszName, const char *pszLibrary) {
   const Palette palette(image.GetPalette(nullptr));
   OpenedFile file(pszName, OF_CREATE | OF_READWRITE);
   CodecImageHeader header = MakeHeader(image, palette.Get());
-  if (!file.IsOpen() || !library.GetHeaderEntry<CodecSaveHeader>()(file.Get(), &header, palette.Get() != nullptr, 0)) {
+  const auto pfnSaveHeader = library.GetHeaderEntry<CodecSaveHeader>();
+  if (!file.IsOpen() || !pfnSaveHeader(file.Get(), &header, palette.Get() != nullptr, 0)) {
+    if (file.IsOpen()) library.KeepError();
     file.Close();
     RemovePartlyWritten(pszName);
     return 0;

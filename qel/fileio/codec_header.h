@@ -43,10 +43,10 @@ using CodecTransfer = int (*)(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset);
 using CodecSetWaitingCallback = void (*)(CodecWaitingCallback pfn);
 
 /// "zulTransferError", which a library may do without: null when its last transfer moved the whole picture, else a
-/// reason, which lasts until the next call.
+/// reason, and the reason why "zulSaveHeader" gave 0; it lasts until the next call.
 using CodecTransferError = const char *(*)();
 
 /// Why the picture that this thread last opened or saved through a format library moved only in part, which counts as
-/// opened or saved all the same. Null when it moved whole, or its library does not tell. The text lasts until the
-/// thread opens or saves the next.
+/// opened or saved all the same, or why its library refused to save it. Null when it moved whole, or its library does
+/// not tell. The text lasts until the thread opens or saves the next.
 QEL_API const char *GetCodecTransferError();
