@@ -1,9 +1,15 @@
 // The whole platform surface that the engine offers to its callers.
 #pragma once
 
+#include "qel/platform/gdi/bitmap.h"
+#include "qel/platform/gdi/blit.h"
 #include "qel/platform/gdi/device_context.h"
+#include "qel/platform/gdi/dib_transfer.h"
+#include "qel/platform/gdi/font.h"
 #include "qel/platform/gdi/object.h"
 #include "qel/platform/gdi/palette.h"
+#include "qel/platform/gdi/text.h"
+#include "qel/platform/gdi/window.h"
 #include "qel/platform/kernel/error.h"
 #include "qel/platform/kernel/fault_guard.h"
 #include "qel/platform/kernel/file.h"
@@ -15,8 +21,10 @@
 #include "qel/platform/kernel/reserved_memory.h"
 #include "qel/platform/kernel/resource.h"
 #include "qel/platform/message_box.h"
+#include "qel/platform/mfc/dc.h"
 #include "qel/platform/mfc/extension_module.h"
 #include "qel/platform/mfc/file.h"
+#include "qel/platform/mfc/font.h"
 #include "qel/platform/mfc/object.h"
 #include "qel/platform/mfc/palette.h"
 #include "qel/platform/mfc/rect.h"

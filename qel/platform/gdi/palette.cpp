@@ -4,29 +4,23 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
-#include <vector>
 
-#include "qel/platform/gdi/object_table.h"
+#include "qel/platform/gdi/colour_set.h"
+#include "qel/platform/gdi/palette_object.h"
 
 namespace {
 
+using qel::gdi::Palette;
+
 constexpr WORD kPaletteVersion = 0x300;
 
-struct Palette final : qel::gdi::Object {
-  std::vector<PALETTEENTRY> entries;
-
-  int Describe(int nBytes, void *pBuf) const override {
-    const WORD wEntries = static_cast<WORD>(entries.size());
-    return qel::gdi::CopyDescription(&wEntries, sizeof(wEntries), nBytes, pBuf);
-  }
-};
-
-int Square(int n) {
-  return n * n;
-}
-
 }  // namespace
+
+std::shared_ptr<Palette> qel::gdi::MakeDefaultPalette() {
+  auto palette = std::make_shared<Palette>();
+  palette->entries = DefaultColours(8);
+  return palette;
+}
 
 HPALETTE CreatePalette(const LOGPALETTE *pLogPalette) {
   if (pLogPalette == nullptr || pLogPalette->palVersion != kPaletteVersion || pLogPalette->palNumEntries == 0)
@@ -53,13 +47,5 @@ UINT GetPaletteEntries(HPALETTE hPal, UINT nStart, UINT nCount, PALETTEENTRY *pE
 UINT GetNearestPaletteIndex(HPALETTE hPal, COLORREF rgb) {
   const auto palette = qel::gdi::FindObject<Palette>(hPal);
   if (palette == nullptr) return static_cast<UINT>(-1);
-  UINT nNearest = 0;
-  int nLeast = std::numeric_limits<int>::max();
-  for (UINT i = 0; i < palette->entries.size(); ++i) {
-    const PALETTEENTRY &entry = palette->entries[i];
-    const int nDistance = Square(entry.peRed - GetRValue(rgb)) + Square(entry.peGreen - GetGValue(rgb)) +
-                          Square(entry.peBlue - GetBValue(rgb));
-    if (nDistance < nLeast) nLeast = nDistance, nNearest = i;
-  }
-  return nNearest;
+  return qel::gdi::NearestEntry(palette->entries, rgb);
 }

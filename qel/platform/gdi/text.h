@@ -4,6 +4,7 @@
 #pragma once
 
 #include "qel/export.h"
+#include "qel/platform/gdi/device_context.h"
 #include "qel/platform/gdi/font.h"
 #include "qel/platform/types.h"
 
