@@ -202,26 +202,28 @@ constexpr std::size_t kAlignment = 64;
 // AddressSanitizer stops the program for sizes that the heap would merely refuse.
 constexpr std::size_t kMostBytes = kAddressSanitizer ? std::size_t{1} << 39 : PTRDIFF_MAX - 2 * kAlignment;
 
-/// Asks for huge pages where a block spans several: it will be filled, and thousands of small page faults cost more
-/// than the fill. Not for cleared blocks, whose untouched pages are to cost nothing.
-void PreferHugePages(unsigned char *data, std::size_t size) {
-  constexpr std::size_t kHugePage = std::size_t{1} << 21;
-  if (kAddressSanitizer || size < 2 * kHugePage) return;
-  const auto address = reinterpret_cast<std::uintptr_t>(data);
-  const std::size_t gap = (0 - address) % kHugePage;
-  madvise(data + gap, (size - gap) / kHugePage * kHugePage, MADV_HUGEPAGE);
+constexpr std::size_t kHugePage = std::size_t{1} << 21;
+
+/// Memory for a block that will be filled: in huge pages from its first byte on where it spans several, because
+/// hundreds of small page faults cost as much as the fill. Not for cleared blocks, whose untouched pages are to cost
+/// nothing.
+void *AllocateFilled(std::size_t bytes) {
+  if (kAddressSanitizer || bytes < 2 * kHugePage) return std::malloc(bytes);
+  void *block = nullptr;
+  if (posix_memalign(&block, kHugePage, bytes) != 0) return std::malloc(bytes);
+  madvise(block, bytes / kHugePage * kHugePage, MADV_HUGEPAGE);
+  return block;
 }
 
 /// Attaches `capacity` bytes from the heap to a slot. Under AddressSanitizer the block is exactly as large as asked
 /// for, so that whoever writes past its end is caught.
 bool AttachHeap(Slot *slot, std::size_t capacity, bool zero) {
   const std::size_t bytes = kAddressSanitizer ? capacity : capacity + kAlignment;
-  slot->heap = zero ? std::calloc(bytes, 1) : std::malloc(bytes);
+  slot->heap = zero ? std::calloc(bytes, 1) : AllocateFilled(bytes);
   if (!slot->heap) return false;
   const auto address = reinterpret_cast<std::uintptr_t>(slot->heap);
   const std::uintptr_t gap = kAddressSanitizer ? 0 : (0 - address) % kAlignment;
   slot->data = static_cast<unsigned char *>(slot->heap) + gap;
-  if (!zero) PreferHugePages(static_cast<unsigned char *>(slot->data), capacity);
   if (Register(slot)) return true;
   std::free(slot->heap);
   return false;
