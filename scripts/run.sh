@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the command line and shows what it does: run.sh [PICTURE.bmp]
+# Installs what is missing, builds the command line and shows what it does: run.sh [PICTURE]
 #
 # Without a picture the engine makes its own: a colour card in each of its ten image types, and a scene. Every picture is
 # described, sent through every store and layout, and compared with what came back; then the picture (or the scene) is shown in
-# every type, method and dither, for displays of few colours, smaller, turned and blurred. The results lie in out/.
+# every type, method and dither, for displays of few colours, smaller, turned and blurred, and as a file of every format. The results lie in out/.
 set -euo pipefail
 
-[ $# -le 1 ] || { echo "usage: $0 [PICTURE.bmp]" >&2; exit 2; }
+[ $# -le 1 ] || { echo "usage: $0 [PICTURE]" >&2; exit 2; }
 picture=${1:+$(realpath -- "$1")}
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -55,7 +55,8 @@ if [ -z "$picture" ]; then
   picture=out/scene.bmp
   "$qel" scene "$picture"
 fi
-name=$(basename "$picture" .bmp)
+name=$(basename "$picture")
+name=${name%.*}
 echo
 echo "$name in every type, method and dither: out/$name-gallery.bmp, from the left"
 "$qel" gallery "$picture" "out/$name-gallery.bmp" | sed 's/^/  /'
@@ -66,9 +67,12 @@ done
 "$qel" turn "$picture" "out/$name-left.bmp" left
 "$qel" rotate "$picture" "out/$name-rotated.bmp" 15
 "$qel" blur "$picture" "out/$name-blurred.bmp" 3
+for extension in $("$qel" formats | awk '/write$/ { print $2 }'); do
+  "$qel" convert "$picture" "out/$name-file.$extension"
+done
 
 echo
-echo "Results of $name: out/$name-*.bmp"
-ls "out/$name"-*.bmp | sed "s|^|  $PWD/|"
+echo "Results of $name: out/$name-*"
+ls "out/$name"-* | sed "s|^|  $PWD/|"
 [ ! -d out/cards ] || echo "The cards lie in       $PWD/out/cards"
 echo "The conversions lie in $PWD/out/converted"
