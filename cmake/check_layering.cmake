@@ -19,6 +19,7 @@ set(floor_display 6)
 set(floor_module 7)
 
 # What a floor may include all the same, as patterns.
+set(allowed_platform "^qel/lines/(convert|pixels)\\.h$") # the loops over the lines of surfaces
 set(allowed_ops "^qel/draw/point_[a-z_]*\\.h$") # the point containers
 
 # Reads what file `path` of folder `folder` includes and adds the lines that reach up to `violations`.

@@ -53,13 +53,13 @@ void StoreRows(Surface &surface, int nBits, const BYTE *pRows) {
     if (surface.IsPacked()) {
       std::memcpy(surface.Row(y), pRows, (static_cast<size_t>(surface.Width()) + 7) / 8);
     } else if (nBits <= 8) {
-      IndicesToPixels(surface.Pixels(y), pRows, nBits, 0, surface.Width(), table);
+      lines::IndicesToPixels(surface.Pixels(y), pRows, nBits, 0, surface.Width(), table);
     } else if (nBits == 16) {
-      WordsToPixels(surface.Pixels(y), pRows, 2, surface.Width(), fields);
+      lines::WordsToPixels(surface.Pixels(y), pRows, 2, surface.Width(), fields);
     } else if (nBits == 24) {
-      Bgr24ToPixels(surface.Pixels(y), pRows, surface.Width());
+      Rgb24ToPixels(surface.Pixels(y), pRows, surface.Width());
     } else {
-      Bgr32ToPixels(surface.Pixels(y), pRows, surface.Width());
+      lines::Rgb32ToPixels(surface.Pixels(y), pRows, surface.Width());
     }
   }
 }

@@ -91,7 +91,7 @@ Pixel Shown::Colour(Pixel pixel) const {
 void Shown::Line(Pixel *line, long n) const {
   if (ShowsAll()) return;
   if (m_nDepth > 8) {
-    RoundToWords(line, n, HighColour(m_nDepth));
+    lines::RoundToWords(line, n, HighColour(m_nDepth));
   } else if (m_nDepth > 0) {
     for (long i = 0; i < n; ++i) line[i] = m_pSet->NearestColour(line[i]);
   } else {

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "qel/platform/gdi/pixel_lines.h"
+#include "qel/platform/gdi/pixel.h"
 #include "qel/platform/types.h"
 
 namespace qel::gdi {

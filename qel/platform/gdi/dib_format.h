@@ -1,7 +1,7 @@
 // What a DIB's header says about its lines. Internal.
 #pragma once
 
-#include "qel/platform/gdi/pixel_lines.h"
+#include "qel/platform/gdi/pixel.h"
 
 namespace qel::gdi {
 

@@ -81,13 +81,13 @@ void WriteTable(BITMAPINFO *pInfo, const DibFormat &format, UINT nUsage, const E
 
 void ReadLine(Pixel *pLine, const BYTE *pSrc, const DibFormat &format, int nCount, const Pixel *pTable) {
   if (format.nBits <= 8) {
-    IndicesToPixels(pLine, pSrc, format.nBits, 0, nCount, pTable);
+    lines::IndicesToPixels(pLine, pSrc, format.nBits, 0, nCount, pTable);
   } else if (format.nBits == 24) {
-    Bgr24ToPixels(pLine, pSrc, nCount);
+    Rgb24ToPixels(pLine, pSrc, nCount);
   } else if (format.nBits == 32 && !format.bMasks) {
-    Bgr32ToPixels(pLine, pSrc, nCount);
+    lines::Rgb32ToPixels(pLine, pSrc, nCount);
   } else {
-    WordsToPixels(pLine, pSrc, format.nBits / 8, nCount, format.words);
+    lines::WordsToPixels(pLine, pSrc, format.nBits / 8, nCount, format.words);
   }
 }
 
@@ -95,13 +95,13 @@ void ReadLine(Pixel *pLine, const BYTE *pSrc, const DibFormat &format, int nCoun
 void WriteLine(BYTE *pDst, const Pixel *pLine, const DibFormat &format, int nCount, ColourSet *pSet, BYTE *pIndices) {
   if (format.nBits <= 8) {
     pSet->Indices(pIndices, pLine, nCount);
-    PackIndices(pDst, pIndices, format.nBits, nCount);
+    lines::PackIndices(pDst, pIndices, format.nBits, nCount);
   } else if (format.nBits == 24) {
-    PixelsToBgr24(pDst, pLine, nCount);
+    PixelsToRgb24(pDst, pLine, nCount);
   } else if (format.nBits == 32 && !format.bMasks) {
     std::memcpy(pDst, pLine, sizeof(Pixel) * static_cast<size_t>(nCount));
   } else {
-    PixelsToWords(pDst, pLine, format.nBits / 8, nCount, format.words);
+    lines::PixelsToWords(pDst, pLine, format.nBits / 8, nCount, format.words);
   }
 }
 

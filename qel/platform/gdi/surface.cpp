@@ -27,7 +27,7 @@ std::shared_ptr<Surface> Surface::Make(int nWidth, int nHeight, bool bPacked) {
 
 void Surface::Load(Pixel *dst, int x, int y, int n) const {
   if (m_bPacked) {
-    IndicesToPixels(dst, Row(y), 1, x, n, kBitColours);
+    lines::IndicesToPixels(dst, Row(y), 1, x, n, kBitColours);
   } else {
     std::memcpy(dst, Pixels(y) + x, sizeof(Pixel) * static_cast<size_t>(n));
   }
@@ -35,7 +35,7 @@ void Surface::Load(Pixel *dst, int x, int y, int n) const {
 
 void Surface::Store(int x, int y, int n, const Pixel *src) {
   if (m_bPacked) {
-    PackBits(Row(y), x, src, n, kWhite);
+    lines::PackBits(Row(y), x, src, n, kWhite);
   } else {
     std::memcpy(Pixels(y) + x, src, sizeof(Pixel) * static_cast<size_t>(n));
   }
@@ -44,7 +44,7 @@ void Surface::Store(int x, int y, int n, const Pixel *src) {
 void Surface::Fill(const RECT &rc, Pixel pixel) {
   for (int y = rc.top; y < rc.bottom; ++y) {
     if (m_bPacked) {
-      FillBits(Row(y), rc.left, rc.right - rc.left, pixel == kWhite);
+      lines::FillBits(Row(y), rc.left, rc.right - rc.left, pixel == kWhite);
     } else {
       std::fill(Pixels(y) + rc.left, Pixels(y) + rc.right, pixel);
     }
@@ -53,9 +53,9 @@ void Surface::Fill(const RECT &rc, Pixel pixel) {
 
 void Surface::PaintBits(int x, int y, int n, const BYTE *pBits, long nBit, Pixel pixel) {
   if (m_bPacked) {
-    PaintBitsOnBits(Row(y), x, pBits, nBit, n, pixel == kWhite);
+    lines::PaintBitsOnBits(Row(y), x, pBits, nBit, n, pixel == kWhite);
   } else {
-    PaintSetBits(Pixels(y) + x, pBits, nBit, n, pixel);
+    lines::PaintSetBits(Pixels(y) + x, pBits, nBit, n, pixel);
   }
 }
 

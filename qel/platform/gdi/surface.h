@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "qel/platform/gdi/pixel_lines.h"
+#include "qel/platform/gdi/pixel.h"
 
 namespace qel::gdi {
 

@@ -1,11 +1,11 @@
-// The loops of surfaces over lines of pixels: DIB lines to pixels and back, bits to pixels and back.
+// Lines of pixels as surfaces hold them: lines of DIBs to pixels and back, bits to pixels and back.
 
-#include "qel/platform/gdi/pixel_lines.h"
+#include "qel/lines/pixels.h"
 
 #include <bit>
 #include <cstring>
 
-namespace qel::gdi {
+namespace qel::lines {
 
 // Indices ------------------------------------------------------------------------------------------------------------
 
@@ -32,30 +32,9 @@ void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n) {
   }
 }
 
-// True colour --------------------------------------------------------------------------------------------------------
+// 32 bits --------------------------------------------------------------------------------------------------------
 
-void Bgr24ToPixels(Pixel *dst, const BYTE *src, long n) {
-  // Three words hold four pixels: a third of the loads, and no byte behind the line is read.
-  for (; n >= 4; n -= 4, src += 12, dst += 4) {
-    std::uint32_t words[3];
-    std::memcpy(words, src, sizeof words);
-    dst[0] = words[0] & 0xFFFFFF;
-    dst[1] = (words[0] >> 24 | words[1] << 8) & 0xFFFFFF;
-    dst[2] = (words[1] >> 16 | words[2] << 16) & 0xFFFFFF;
-    dst[3] = words[2] >> 8;
-  }
-  for (long i = 0; i < n; ++i, src += 3) dst[i] = MakePixel(src[2], src[1], src[0]);
-}
-
-void PixelsToBgr24(BYTE *dst, const Pixel *src, long n) {
-  for (long i = 0; i < n; ++i, dst += 3) {
-    dst[0] = static_cast<BYTE>(src[i]);
-    dst[1] = static_cast<BYTE>(src[i] >> 8);
-    dst[2] = static_cast<BYTE>(src[i] >> 16);
-  }
-}
-
-void Bgr32ToPixels(Pixel *dst, const BYTE *src, long n) {
+void Rgb32ToPixels(Pixel *dst, const BYTE *src, long n) {
   for (long i = 0; i < n; ++i) {
     Pixel pixel;
     std::memcpy(&pixel, src + 4 * i, 4);
@@ -154,4 +133,4 @@ void PaintBitsOnBits(BYTE *dst, long dstX, const BYTE *bits, long x, long n, boo
     }
 }
 
-}  // namespace qel::gdi
+}  // namespace qel::lines

@@ -1,4 +1,4 @@
-// The loops of surfaces over lines of pixels. Internal.
+// Lines of pixels as surfaces hold them: to and from lines of DIBs, and painted by bits. Internal.
 //
 // A pixel here is 32 bits: 0 in the high byte, then red, green, blue. DIB lines are packed as usual: 1-bit pixels most
 // significant bit first, 4-bit pixels high nibble first, deeper ones low byte first. `n` counts pixels.
@@ -8,7 +8,7 @@
 
 #include "qel/platform/types.h"
 
-namespace qel::gdi {
+namespace qel::lines {
 
 using Pixel = std::uint32_t;
 
@@ -32,11 +32,8 @@ void IndicesToPixels(Pixel *dst, const BYTE *src, int bits, long x, long n, cons
 /// One byte an index, packed to lines of 1, 4 or 8 bits; bits behind the last pixel are 0.
 void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n);
 
-void Bgr24ToPixels(Pixel *dst, const BYTE *src, long n);
-void PixelsToBgr24(BYTE *dst, const Pixel *src, long n);
-
-/// Blue, green, red and a byte that is dropped.
-void Bgr32ToPixels(Pixel *dst, const BYTE *src, long n);
+/// Blue, green, red and a byte that is dropped. (Pixels are lines of Rgb24To32 and go to 24 bits by Rgb32To24.)
+void Rgb32ToPixels(Pixel *dst, const BYTE *src, long n);
 
 /// Where a channel lies in words of 16 or 32 bits: its bits from `shift` on, at most 8 of them, and their values as
 /// levels.
@@ -76,4 +73,4 @@ void PaintSetBits(Pixel *dst, const BYTE *bits, long x, long n, Pixel pixel);
 /// Sets or clears the bits from `dstX` on where a bit from `x` on is set.
 void PaintBitsOnBits(BYTE *dst, long dstX, const BYTE *bits, long x, long n, bool set);
 
-}  // namespace qel::gdi
+}  // namespace qel::lines
