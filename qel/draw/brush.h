@@ -42,10 +42,12 @@ class QEL_API PBrush : public PGDIObject {
   int GetColorLine(long x1, long x2, long y, BYTE *pLine);
 
  protected:
-  friend class PQelDraw;
-
   /// Draws the hatch into the pattern. 0 without one, for style 101, and for a pattern below 128 x 128 pixels.
   int xBuildHatch();
+
+  /// Makes the pattern that the style needs, in the format of the context where the brush is selected; 0 when it has
+  /// another depth or cannot be made.
+  int xPreparePattern();
 
   PQel *m_poPattern;  // the brush's own hatch or the caller's image; null: plain
   POINT m_ptOrigin;

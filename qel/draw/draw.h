@@ -137,6 +137,11 @@ class QEL_API PQelDraw : public PQel {
   static long long m_llBkColor;
 
  protected:
+  friend class PGDIObject;
+
+  /// Deselects a tool in every context.
+  static void xUnSelectEverywhere(PGDIObject *pObject);
+
   /// Extent of a triangle on a row; 0: it has none there.
   int xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, long y, long &xMin, long &xMax);
   using PQel::xGetIntersection;

@@ -29,6 +29,9 @@ class QEL_API PGDIObject : public CObject {
   int OnUnSelect(PQelDraw *pDraw);
 
  protected:
+  /// Deselects this tool everywhere; each class of tools calls it when an object ends.
+  void xLeaveContexts();
+
   int m_nSelectCount;   // contexts where the tool is selected
   int m_nBitCount;      // bits a pixel of their images; 0: not selected
   PQelDraw *m_poOwner;  // the context it was selected into last; null: none

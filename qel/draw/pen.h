@@ -21,7 +21,7 @@ class QEL_API PPen : public PLineBaseObject {
 
   /// Renders a footprint of nSize x nSize pixels into the pen's own image. nShape: 0 round, 1 square, 2 to 5 a thin
   /// ellipse at 135, 45, 0 and 90 degrees, from 10 on a tile of the shape library. 0, and the pen as it was, for
-  /// other shapes, tiles that the library does not hold, sizes below 1 or above 4096, and when memory is short.
+  /// other shapes, tiles that the library does not hold, sizes below 1 or above 2048, and when memory is short.
   int SetShape(int nShape, int nSize);
 
   /// Takes a square image of 8-bit grays, the caller's, as the footprint; the pen neither renders nor frees it, and
@@ -64,6 +64,15 @@ class QEL_API PPen : public PLineBaseObject {
   /// Draws the shape, `lSize` eighths of a pixel large, into the middle of an image of weights.
   int xDrawShape(PQel *pImage, long lSize);
 
+  /// Averages the shape over its sizes, in an image with an undo copy.
+  int xAverageShapes(PQel &footprint);
+
+  /// Makes room for the lines of a stamp, and fills the line of colours where the pen has one colour.
+  int xPrepareWork(int nBits);
+  void xFillColors();
+
+  void xTakeShape(PQel *pShape, int nShape);
+
   PMem m_memWork;        // the lines of a stamp: colours, image, weights
   PQel *m_poColorImage;  // colours pixel by pixel; null: m_llColor everywhere
   PQel *m_poShapeImage;  // footprint; null: none, and the pen cannot be selected
@@ -75,5 +84,7 @@ class QEL_API PPen : public PLineBaseObject {
   static long m_nShapeTileSize;  // edge of a tile in pixels
 
  private:
-  PQel m_oOwnShape;  // what SetShape renders into
+  PQel m_oOwnShape;   // what SetShape renders into
+  int m_nOwnShape;    // and its shape
+  long m_lLineBytes;  // room for a line of colours and of the image, each, in the work buffer
 };

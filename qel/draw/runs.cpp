@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "qel/draw/color_line.h"
 #include "qel/draw/coordinates.h"
 #include "qel/image/image.h"
 #include "qel/lines/coverage.h"
@@ -18,35 +19,6 @@ using qel::draw::kSubPixels;
 namespace {
 
 constexpr int kFullWeight = 32;  // of one sub-pixel row: eight of them are 256
-
-/// Fills a line with pixels; lines of 1 and 4 bits whole bytes of them, so that where a byte starts does not matter.
-void FillLine(unsigned char *pLine, int nBits, long lPixels, long long llColor) {
-  const auto dwCount = static_cast<unsigned long>(lPixels);
-  const auto dwColor = static_cast<unsigned long>(llColor) & 0xFFFFFFFF;
-  const unsigned long dwNibble = dwColor & 0xF;
-  switch (nBits) {
-    case 1:
-      std::fill_n(pLine, lPixels / 8 + 1, static_cast<unsigned char>(dwColor != 0 ? 0xFF : 0));
-      break;
-    case 4:
-      std::fill_n(pLine, lPixels / 2 + 1, static_cast<unsigned char>(dwNibble << 4 | dwNibble));
-      break;
-    case 8:
-      std::fill_n(pLine, lPixels, static_cast<unsigned char>(llColor));
-      break;
-    case 16:
-      FillRunWord(pLine, static_cast<unsigned short>(llColor), dwCount);
-      break;
-    case 24:
-      FillRunTrio(pLine, dwColor, dwCount);
-      break;
-    case 32:
-      FillRunDword(pLine, dwColor, dwCount);
-      break;
-    default:
-      FillRunDlong(pLine, llColor, dwCount);
-  }
-}
 
 /// Fills pixels of 8 bits and more where they lie.
 int FillStore(PMem &store, unsigned long dwOffset, int nBits, long lPixels, long long llColor) {
@@ -113,7 +85,7 @@ int PQel::xFillSpan(const LineSpan &span, long long llColor) {
   }
   PMem line;
   if (!line.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lBits / 8 + 8))) return 0;
-  FillLine(line.GetPointer(), nBits, lPixels, llColor);
+  qel::draw::FillColorLine(line.GetPointer(), nBits, lPixels, llColor);
   return span.vertical ? PutVerLine(span.a, span.b, span.c, line.GetPointer())
                        : PutHorLine(span.a, span.b, span.c, line.GetPointer());
 }

@@ -46,6 +46,13 @@ class QEL_API PShield : public PGDIObject {
   void SetSameRepeat(PQel *pImage);
 
  protected:
+  void xDeleteMask();
+  int xCreateMask();
+  int xTakeRules();
+
+  /// Sets the bits of protected pixels; the 24-bit line is converted on the way.
+  void xMark(unsigned char *pBits, unsigned char *pLine, long n) const;
+
   int m_bUseHsl;  // 0: rules of hue and lightness are passed over
   ShieldRule m_aRule[kRules];
   PQel *m_poMask;  // while selected

@@ -9,6 +9,7 @@ class QEL_API PTexture : public PGDIObject {
 
  public:
   PTexture();
+  ~PTexture() override;
 
   /// Puts the texture into repeat mode; 0 for null and a context of another depth than where the tool is selected.
   int OnSelect(PQelDraw *pDraw);

@@ -217,6 +217,10 @@ class QEL_API PQel : public CObject {
   /// Bytes that a buffer needs for pixels x0 to x1, a multiple of 4; 0 for an empty image or span.
   long GetHorLineSize(long x0, long x1);
 
+  /// For operations that work in the store: the bytes of lCount pixels from (x, y) on where they are stored, committed;
+  /// x starts a byte. Null when somebody sees the row pass, the layout is another, or not all of them lie in the image.
+  unsigned char *xGetStoredSpan(long x, long lCount, long y);
+
   /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8;
   /// 0: as set). The pixels are rebuilt; a failure keeps the image as it was. An empty image gives 0, but the next one
   /// that is created here takes the size.
@@ -619,10 +623,6 @@ class QEL_API PQel : public CObject {
   int xWriteRowBits(RowMove pfnMove, long lBits, long x0, long x1, long y, unsigned char *pBuf);
   int xReadColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
   int xWriteColumnBits(ColumnMove pfnMove, long lBits, long x, long y0, long y1, unsigned char *pBuf);
-
-  /// The bytes of lCount pixels from (x, y) on where they are stored, committed; x starts a byte. Null when somebody
-  /// sees the row pass, the layout is another, or not all of them lie in the image.
-  unsigned char *xGetStoredSpan(long x, long lCount, long y);
 
   int xGetHorLine(long x0, long x1, long y, unsigned char *pBuf);
   int xPutHorLine(long x0, long x1, long y, unsigned char *pBuf);

@@ -1,0 +1,99 @@
+// Footprints: a shape drawn with smooth edges at its full size and, for a soft rim, at ever smaller sizes around the
+// same centre; the footprint is the average of these.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "qel/draw/pen.h"
+#include "qel/lines/footprint.h"
+
+namespace {
+
+constexpr int kCallersShape = 100, kLibraryShape = 10, k256Grays = 5;
+constexpr long kSubPixels = 8, kSizeStep = 32, kThickness = 15;
+constexpr unsigned char kOutside = 255;
+
+}  // namespace
+
+int PPen::xDrawShape(PQel *pImage, long lSize) {
+  if (pImage == nullptr || m_nShape >= kCallersShape) return 0;
+  pImage->Clear(kOutside);
+  pImage->Validate();
+  if (m_nShape >= kLibraryShape) {
+    const long lTile = m_nShapeTileSize, lLeft = (m_nShape - kLibraryShape) * lTile;
+    if (m_oShapeLibrary.IsEmpty() || lTile < 1 || lLeft + lTile > m_oShapeLibrary.GetImageWidth()) return 0;
+    PQel tile;
+    if (!tile.CreateImage(k256Grays, lTile, lTile, 0, nullptr, 0, 0, 1, 0, 0)) return 0;
+    RECT rc = {static_cast<LONG>(lLeft), 0, static_cast<LONG>(lLeft + lTile), static_cast<LONG>(lTile)};
+    return tile.CopyRect(&m_oShapeLibrary, nullptr, &rc) && pImage->RescaleImage(&tile);
+  }
+  const long lX = pImage->GetImageWidth() * kSubPixels / 2, lY = pImage->GetImageHeight() * kSubPixels / 2;
+  const long lLeft = lX - (lSize + 1) / 2, lTop = lY - (lSize + 1) / 2;
+  RECT rc = {static_cast<LONG>(lLeft), static_cast<LONG>(lTop), static_cast<LONG>(lLeft + lSize),
+             static_cast<LONG>(lTop + lSize)};
+  const CPoint ptCenter(static_cast<int>(lX), static_cast<int>(lY));
+  switch (m_nShape) {
+    case 0:
+      pImage->FillCircle(&rc, 0);
+      return 1;
+    case 1:
+      pImage->FillRect(&rc, 0);
+      return 1;
+    case 2:
+      pImage->FillEllipse(ptCenter, lSize, kThickness, 135, 0);
+      return 1;
+    case 3:
+      pImage->FillEllipse(ptCenter, lSize, kThickness, 45, 0);
+      return 1;
+    case 4:
+      pImage->FillEllipse(ptCenter, lSize, kThickness, 0, 0);
+      return 1;
+    case 5:
+      pImage->FillEllipse(ptCenter, lSize, kThickness, 90, 0);
+      return 1;
+    default:
+      return 0;
+  }
+}
+
+int PPen::xBuildFeather() {
+  if (m_poShapeImage == nullptr) return 0;
+  if (m_nShape >= kCallersShape) return 1;
+  PQel &footprint = *m_poShapeImage;
+  footprint.Clear(kOutside);  // what smooth edges are blended with is the copy for undo
+  footprint.EnableUndo(1);
+  footprint.EnableAntiAlias(1);
+  const int nResult = xAverageShapes(footprint);
+  footprint.EnableUndo(0);
+  return nResult;
+}
+
+int PPen::xAverageShapes(PQel &footprint) {
+  const long lWidth = footprint.GetImageWidth(), lHeight = footprint.GetImageHeight();
+  const long lStart = kSubPixels * lWidth;
+  const long lLeast = std::max((255L - m_nFeather) * kSubPixels * lWidth / 255, 1L);
+  PMem sums, line;
+  auto *const pdwSums = reinterpret_cast<std::uint32_t *>(
+      sums.AllocMemory(GHND, static_cast<unsigned long>(lWidth * lHeight) * sizeof(std::uint32_t)));
+  unsigned char *const pLine = line.AllocMemory(GHND, static_cast<unsigned long>(footprint.GetLineBytes()));
+  if (pdwSums == nullptr || pLine == nullptr) return 0;
+
+  long lPasses = 0;
+  for (long s = lStart; s >= lLeast; s -= kSizeStep, ++lPasses) {
+    if (!xDrawShape(&footprint, s)) return 0;
+    CRect rc;
+    footprint.GetInvalidateRect(&rc);
+    const long lLeft = std::max(rc.left, LONG{0}), lRight = std::min(static_cast<long>(rc.right), lWidth);
+    const long lTop = std::max(rc.top, LONG{0}), lBottom = std::min(static_cast<long>(rc.bottom), lHeight);
+    for (long y = lTop; y < lBottom && lLeft < lRight; ++y) {
+      if (!footprint.GetHorLine(lLeft, lRight - 1, y, pLine)) return 0;
+      qel::lines::AddInverted(pdwSums + y * lWidth + lLeft, pLine, lRight - lLeft);
+    }
+  }
+  if (lPasses == 0) return 0;
+  for (long y = 0; y < lHeight; ++y) {
+    qel::lines::InvertedAverages(pLine, pdwSums + y * lWidth, lWidth, static_cast<std::uint32_t>(lPasses));
+    footprint.PutHorLine(y, pLine);
+  }
+  return 1;
+}
