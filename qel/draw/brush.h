@@ -42,6 +42,8 @@ class QEL_API PBrush : public PGDIObject {
   int GetColorLine(long x1, long x2, long y, BYTE *pLine);
 
  protected:
+  friend class PQelDraw;
+
   /// Draws the hatch into the pattern. 0 without one, for style 101, and for a pattern below 128 x 128 pixels.
   int xBuildHatch();
 

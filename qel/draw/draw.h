@@ -23,6 +23,10 @@ class PPointStack;
 class PShield;
 class PTexture;
 
+namespace qel::mem {
+struct StoreGroup;
+}
+
 class QEL_API PQelDraw : public PQel {
   DECLARE_DYNAMIC(PQelDraw)
 
@@ -159,6 +163,34 @@ class QEL_API PQelDraw : public PQel {
 
   /// Column where an edge crosses a row; -1 when it does not.
   long xGetXPos(CPoint ptUpper, CPoint ptLower, long y);
+
+  struct Stamp;      // a footprint on the image
+  struct WorkLines;  // image, colours and weights of a row
+
+  /// Mix row r of a stamp: in the store (false: it cannot be), and through lines.
+  bool xStampInStore(const Stamp &s, long r, qel::mem::StoreGroup &stores);
+  void xStampRow(const Stamp &s, long r);
+
+  /// True when nothing raises weights: no shield, texture or mask.
+  bool xIsUnweighted() const;
+
+  /// Raise weights by texture and mask; make those of a row for brush and blocks.
+  void xRaiseWeights(long x1, long x2, long y, BYTE *pWeights);
+  void xMakeWeights(long x1, long x2, long y, BYTE *pWeights);
+
+  /// True when brush rows are one colour that is written as it is; write or mix such a row, within the image.
+  bool xPaintsPlainly() const;
+  int xFillPlainly(long x1, long x2, long y);
+  int xPaintBrushRow(long x1, long x2, long y, WorkLines &lines);
+
+  /// Cuts a range of rows to the image's, unless it repeats.
+  void xKeepRows(long *pTop, long *pBottom) const;
+
+  /// Makes the seed fill's image of visited pixels; 0 when memory is short or the mask is none.
+  int xMakeVisited(PQel &visited);
+
+  /// Gives mask and shield the repeat setting of this image.
+  void xShareRepeat();
 
   PQel *m_poCurMask;
   PTexture *m_poCurTexture;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qel/export.h"
+#include "qel/lines/color_box.h"
 
 /// Converts `lCount` 24-bit pixels in place. A pixel with a hue becomes three bytes: the saturation with the highest
 /// bit of the hue (degrees, 0 to 359) as its lowest, the low byte of the hue, and the lightness; a gray 0x01, 0x68
@@ -9,12 +10,6 @@
 QEL_API void ConvertLineToHsl(unsigned char *pLine, long lCount);
 
 namespace qel::lines {
-
-/// A box of colours, both bounds included: blue, green, red.
-struct ColorBox {
-  unsigned char low[3];
-  unsigned char high[3];
-};
 
 /// Set the bits (most significant first) of n 24-bit pixels that lie in a box.
 void MarkBox(unsigned char *bits, const unsigned char *line, long n, const ColorBox &box);

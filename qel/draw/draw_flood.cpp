@@ -1,0 +1,149 @@
+// The seed fill (after Smith 1979), run by run: a stack of seeds, and an image of bits for the pixels that are filled
+// or that the mask forbids. A run is painted with the brush, and the open pixels above and below it that show the
+// seed's colour give new seeds; the row that the last run lay on is searched only beside that run.
+
+#include <algorithm>
+
+#include "qel/draw/draw.h"
+#include "qel/draw/point_stack.h"
+#include "qel/lines/flood.h"
+
+namespace {
+
+using qel::lines::ColorBox;
+
+constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255;
+
+ColorBox BoxAround(const unsigned char *pColor, int nTolerance) {
+  ColorBox box;
+  for (int c = 0; c < 3; ++c) {
+    box.low[c] = static_cast<unsigned char>(std::max(pColor[c] - nTolerance, 0));
+    box.high[c] = static_cast<unsigned char>(std::min(pColor[c] + nTolerance, 255));
+  }
+  return box;
+}
+
+/// Rows of an image: in its store where that can be, else through a line.
+class Rows {
+ public:
+  /// `bColors`: 24-bit pixels, else the image's own bits.
+  Rows(PQel &image, bool bColors)
+      : m_image(image), m_bColors(bColors), m_bStored(!bColors || image.GetImageType() == kTrueColor) {}
+
+  bool Alloc(long lWidth) {
+    return m_line.AllocMemory(GHND, static_cast<unsigned long>(m_bColors ? 3 * lWidth + 4 : lWidth / 8 + 8)) != nullptr;
+  }
+
+  /// Pixels x1 .. x2 of row y, from a place whose column is *pFrom; null when they cannot be read. Bits of the store
+  /// start at the row's first column.
+  const unsigned char *Get(long x1, long x2, long y, long *pFrom) {
+    if (m_bStored) {
+      *pFrom = 0;
+      if (const unsigned char *const p = m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y)) return p;
+    }
+    *pFrom = x1;
+    unsigned char *const pLine = m_line.GetPointer();
+    return (m_bColors ? m_image.Get24bitHorLine(x1, x2, y, pLine, nullptr) : m_image.GetHorLine(x1, x2, y, pLine))
+               ? pLine
+               : nullptr;
+  }
+
+ private:
+  PQel &m_image;
+  bool m_bColors;
+  bool m_bStored;
+  PMem m_line;
+};
+
+}  // namespace
+
+int PQelDraw::xMakeVisited(PQel &visited) {
+  PQel &like = m_poCurMask != nullptr ? *m_poCurMask : *this;
+  if (!visited.CreateImage(kMonochrome, like.GetImageWidth(), like.GetImageHeight(), 0, nullptr, 0, 0, 1, 0, 0))
+    return 0;
+  if (m_poCurMask != nullptr ? !visited.ConvertImage(m_poCurMask, 0, kOpenOnly, 0) : !visited.Clear(0)) return 0;
+  visited.SetSameRepeat(&like);
+  return 1;
+}
+
+int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
+  PQel &reference = pReference != nullptr ? *pReference : *this;
+  const long lWidth = GetImageWidth(), lHeight = m_lHeight;
+  if (IsEmpty() || reference.GetImageWidth() != lWidth || reference.GetImageHeight() != lHeight) return 0;
+  if (ptSeed.x < 0 || ptSeed.y < 0 || ptSeed.x >= lWidth || ptSeed.y >= lHeight || nTolerance < 0) return 1;
+  unsigned char bySeed[4];
+  if (!reference.Get24bitHorLine(ptSeed.x, ptSeed.x, ptSeed.y, bySeed, nullptr)) return 0;
+  const ColorBox box = BoxAround(bySeed, nTolerance);
+
+  PQel visited;
+  PPointStack stack;
+  PMem ones;  // for runs of visited pixels
+  if (!xMakeVisited(visited) || !ones.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lWidth / 8 + 8))) return 0;
+  std::fill_n(ones.GetPointer(), lWidth / 8 + 8, static_cast<unsigned char>(0xFF));
+  Rows colors(reference, true), bits(visited, false);
+  if (!colors.Alloc(lWidth) || !bits.Alloc(lWidth) || !stack.Push(ptSeed.x, ptSeed.y)) return 0;
+
+  struct {
+    long y, left, right;
+  } last = {ptSeed.y - 2L, 0, -1};
+  const auto seed = [&](long x1, long x2, long y) {
+    long lColorFrom, lBitFrom;
+    if (x1 > x2) return true;
+    const unsigned char *const pColors = colors.Get(x1, x2, y, &lColorFrom);
+    const unsigned char *const pBits = bits.Get(x1, x2, y, &lBitFrom);
+    if (pColors == nullptr || pBits == nullptr) return true;
+    bool bPushed = true;
+    qel::lines::ForEachRunStart(pColors + 3 * (x1 - lColorFrom), pBits, x1 - lBitFrom, x2 - x1 + 1, box,
+                                [&](long i) { bPushed &= stack.Push(x1 + i, y) != 0; });
+    return bPushed;
+  };
+  const auto seedBeside = [&](long left, long right, long y) {
+    if (y < 0 || y >= lHeight) return true;
+    if (last.y != y) return seed(left, right, y);
+    return seed(left, std::min(right, last.left - 1), y) && seed(std::max(left, last.right + 1), right, y);
+  };
+
+  POINT pt;
+  while (stack.Pop(&pt)) {
+    const long x = pt.x, y = pt.y;
+    long lBitFrom, lColorFrom;
+    const unsigned char *const pBits = bits.Get(0, lWidth - 1, y, &lBitFrom);
+    if (pBits == nullptr || qel::lines::BitsAt(pBits, x, 1) != 0) continue;
+    long left = qel::lines::FirstOpen(pBits, x), right = qel::lines::LastOpen(pBits, x, lWidth);
+    const unsigned char *pColors = colors.Get(left, right, y, &lColorFrom);
+    if (pColors == nullptr) continue;
+    pColors -= 3 * lColorFrom;
+    if (qel::lines::BoxMask(pColors + 3 * x, 1, box) == 0) continue;
+    left = qel::lines::FirstInBox(pColors, x, left, box);
+    right = qel::lines::LastInBox(pColors, x, right, box);
+    FillBrushHorLine(left, right, y);
+    if (!visited.PutHorLine(left, right, y, ones.GetPointer())) return 0;
+    if (!seedBeside(left, right, y - 1) || !seedBeside(left, right, y + 1)) return 0;
+    last = {y, left, right};
+  }
+  return 1;
+}
+
+// Runs ---------------------------------------------------------------------------------------------------------------
+
+int PQelDraw::xFindMaskBound(long *pLeft, long *pRight, long x, long lWidth, BYTE *pBits) {
+  *pLeft = qel::lines::FirstOpen(pBits, x);
+  *pRight = qel::lines::LastOpen(pBits, x, lWidth);
+  return *pRight >= *pLeft;
+}
+
+int PQelDraw::xFindImageBound(long *pLeft, long *pRight, long x, BYTE *pLine, BYTE byRedLow, BYTE byRedHigh,
+                              BYTE byGreenLow, BYTE byGreenHigh, BYTE byBlueLow, BYTE byBlueHigh) {
+  const ColorBox box = {{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}};
+  const long lFrom = *pLeft;
+  const unsigned char *const pFirst = pLine - 3 * lFrom;
+  *pRight = qel::lines::LastInBox(pFirst, x, *pRight, box);
+  *pLeft = qel::lines::FirstInBox(pFirst, x, lFrom, box);
+  return *pRight >= *pLeft;
+}
+
+void PQelDraw::xFindNewPoint(long x1, long x2, long y, BYTE *pLine, BYTE *pBits, BYTE byRedLow, BYTE byRedHigh,
+                             BYTE byGreenLow, BYTE byGreenHigh, BYTE byBlueLow, BYTE byBlueHigh, PPointStack &stack) {
+  const ColorBox box = {{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}};
+  qel::lines::ForEachRunStart(pLine, pBits, 0, x2 - x1 + 1, box, [&](long i) { stack.Push(x1 + i, y); });
+}
