@@ -1,5 +1,6 @@
 // Pictures of every type saved and opened again through the lossless formats, and what becomes of them on the way.
 #include <map>
+#include <thread>
 
 #include "codecs/pictures.h"
 
@@ -128,6 +129,38 @@ TEST_F(RoundTrip, Refusals) {
   ASSERT_TRUE(image.CreateImage(0, 16384, 1, 0, nullptr, 0, 0, 1, 0, 0));
   EXPECT_FALSE(image.SaveImage((scratch / "wide.webp").c_str(), "zulwebp32"));
   EXPECT_FALSE(std::filesystem::exists(scratch / "wide.webp"));
+}
+
+/// What does not reach the file is told.
+TEST_F(RoundTrip, FullDevices) {
+  PQel image;
+  ASSERT_TRUE(image.CreateImage(1, 300, 300, 0, nullptr, 0, 0, 1, 0, 0));
+  Randomise(image, random);
+  for (const char *const library : {"zuljpg32", "zulpng32", "zulwebp32"}) {
+    image.SaveImage("/dev/full", library);
+    EXPECT_NE(GetCodecTransferError(), nullptr) << library;
+  }
+}
+
+/// Threads with files of their own do not meet, though they share the libraries.
+TEST_F(RoundTrip, ManyThreads) {
+  std::vector<std::thread> threads;
+  for (unsigned number = 0; number < 4; ++number)
+    threads.emplace_back([this, number] {
+      std::mt19937 own(number);
+      for (int round = 0; round < 20; ++round) {
+        PQel image, opened;
+        const std::string path = scratch / (std::to_string(number) + ".png");
+        EXPECT_TRUE(image.CreateImage(1 + 2 * (number % 2), 40 + number, 30, 0, nullptr, 0, 0, 1, 0, 0));
+        const NaiveImage pixels = Randomise(image, own);
+        EXPECT_TRUE(image.SaveImage(path.c_str(), "zulpng32"));
+        if (round % 4 == 3) std::filesystem::resize_file(path, 1000);
+        EXPECT_TRUE(opened.OpenImage(path.c_str(), "zulpng32"));
+        EXPECT_EQ(GetCodecTransferError() == nullptr, round % 4 != 3);
+        EXPECT_EQ(Pixels(opened) == pixels, round % 4 != 3);
+      }
+    });
+  for (std::thread &thread : threads) thread.join();
 }
 
 }  // namespace
