@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "codecs/all/format_libraries.h"
+#include "codecs/all/mask_format.h"
 #include "codecs/common/pixel_lines.h"
 #include "codecs/common/reading.h"
 #include "codecs/common/store.h"
@@ -44,7 +45,7 @@ class KnownFile {
     }
     unsigned char head[kHeadBytes];
     const std::size_t bytes = ReadHead(m_hFile, head);
-    m_format = FindFormat(pszPath, head, bytes);
+    m_format = kMaskFormat.matches(head, bytes) ? &kMaskFormat : FindFormat(pszPath, head, bytes);
     if (m_format == nullptr) t_error = "the file is of no known format";
   }
   ~KnownFile() {

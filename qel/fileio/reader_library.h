@@ -1,5 +1,5 @@
 // The reader library, which the engine is linked to: it tells any picture file by its content, whatever its name, and
-// reads it through the format library that knows it. Errors and formats belong to the whole of it; an engine built
+// reads it through the format library that knows it, mask files by itself. Errors and formats belong to the whole of it; an engine built
 // without the format libraries has functions of the same names that answer 0.
 #pragma once
 
@@ -35,8 +35,8 @@ QEL_API int AllReadDIBImg(const char *pszPath, tagLmmInfo *pInfo, long lOffset, 
 /// text lasts until the next call.
 QEL_API const char *AllGetError();
 
-/// The name of the format that a file is of by its content, whether it can be read or not; null when no format library
-/// knows it. The text lasts as long as the program.
+/// The name of the format that a file is of by its content, whether it can be read or not; null when it is of none that is
+/// known. The text lasts as long as the program.
 QEL_API const char *AllFindFormat(const char *pszPath);
 
 /// Tells of the format library number `nIndex`, from 0 on, in the order of extensions; 0 when there are no more.

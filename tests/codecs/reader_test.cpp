@@ -139,6 +139,28 @@ TEST_F(Reader, OpensARealFormatUnderAnotherName) {
   EXPECT_EQ(UFileIO().UFileOpen((path + ".none").c_str()), nullptr);
 }
 
+TEST_F(Reader, OpensMaskFiles) {
+  for (int type = 0; type < 10; ++type) {
+    const std::string path = scratch / "a.msk";
+    std::mt19937 random(static_cast<unsigned>(type));
+    PQel image;
+    ASSERT_TRUE(image.CreateImage(type, 37, 11, type == 3 ? 99 : 0, nullptr, 1000, 2000, 1, 0, 0));
+    test::NaiveImage naive(37, 11, image.GetBitCount());
+    naive.Randomise(random);
+    naive.Store(image);
+    ASSERT_TRUE(image.SaveMask(path.c_str(), 0));
+    const Image opened(UFileIO().UFileOpen(path.c_str()));
+    ASSERT_TRUE(opened) << type;
+    EXPECT_EQ(opened->GetImageType(), type == 6 ? 7 : type);
+    EXPECT_EQ(opened->GetDpmY(), 2000);
+    EXPECT_EQ(opened->GetBIH()->biClrUsed, image.GetBIH()->biClrUsed);
+    if (type != 6) EXPECT_TRUE(test::Pixels(*opened).pixels == naive.pixels) << type;
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
+    EXPECT_EQ(UFileIO().UFileOpen(path.c_str()), nullptr);
+    EXPECT_STREQ(AllGetError(), "the mask file is damaged");
+  }
+}
+
 TEST_F(Reader, RefusesWhatItCannotRead) {
   std::filesystem::create_directory(scratch / "folder.dir");
   const std::string paths[] = {"",
