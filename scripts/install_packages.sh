@@ -4,7 +4,7 @@
 set -euo pipefail
 
 needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev
-        libjpeg62-turbo-dev libwebp-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core imagemagick)
+        libjpeg62-turbo-dev libwebp-dev libtiff-dev libgif-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core imagemagick)
 welcome=(ccache) # makes rebuilds faster; a build without it is the same
 
 have_dpkg() { command -v dpkg-query >/dev/null && command -v apt-get >/dev/null; }

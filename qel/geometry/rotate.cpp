@@ -9,6 +9,7 @@
 
 #include "qel/image/image.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/pixels.h"
 #include "qel/lines/rescale.h"
 #include "qel/lines/sample.h"
 #include "qel/platform/kernel/global_memory.h"
@@ -222,7 +223,7 @@ class Plane {
     else if (job.channels == 3)
       lines::BytesTo24(pDst, pLine, n, source.pTable);
     else
-      lines::UnpackValues(pDst, pLine, n, nBits);
+      lines::UnpackIndices(pDst, pLine, nBits, n);
     return true;
   }
 

@@ -25,10 +25,18 @@ void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n) {
     return;
   }
   const long lPerByte = 8 / bits;
+  const unsigned mask = (1u << bits) - 1;
   for (long i = 0; i < n; i += lPerByte, ++dst) {
     unsigned by = 0;
-    for (long k = 0; k < lPerByte; ++k) by = by << bits | (i + k < n ? indices[i + k] : 0u);
+    for (long k = 0; k < lPerByte; ++k) by = by << bits | (i + k < n ? indices[i + k] & mask : 0u);
     *dst = static_cast<BYTE>(by);
+  }
+}
+
+void UnpackIndices(BYTE *indices, const BYTE *src, int bits, long n) {
+  for (long i = 0; i < n; ++i) {
+    const long bit = i * bits;
+    indices[i] = static_cast<BYTE>(src[bit / 8] >> (8 - bits - bit % 8) & ((1 << bits) - 1));
   }
 }
 

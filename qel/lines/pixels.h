@@ -29,8 +29,11 @@ constexpr Pixel MakePixel(BYTE byRed, BYTE byGreen, BYTE byBlue) {
 /// Indices of 1, 4 or 8 bits through a table of 2, 16 or 256 pixels, from the source's pixel `x` on.
 void IndicesToPixels(Pixel *dst, const BYTE *src, int bits, long x, long n, const Pixel *table);
 
-/// One byte an index, packed to lines of 1, 4 or 8 bits; bits behind the last pixel are 0.
+/// One byte an index, of which the low bits count, packed to lines of 1, 4 or 8 bits; bits behind the last pixel are 0.
 void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n);
+
+/// The other way: n packed indices of 1, 2, 4 or 8 bits become a byte each.
+void UnpackIndices(BYTE *indices, const BYTE *src, int bits, long n);
 
 /// Blue, green, red and a byte that is dropped. (Pixels are lines of Rgb24To32 and go to 24 bits by Rgb32To24.)
 void Rgb32ToPixels(Pixel *dst, const BYTE *src, long n);

@@ -61,13 +61,6 @@ void SkipSamples(SampleWalks &walks, long count) {
 
 // Pixels -------------------------------------------------------------------------------------------------------------
 
-void UnpackValues(unsigned char *dst, const unsigned char *src, long n, int bits) {
-  for (long i = 0; i < n; ++i) {
-    const long bit = i * bits;
-    dst[i] = static_cast<unsigned char>(src[bit / 8] >> (8 - bits - bit % 8) & ((1 << bits) - 1));
-  }
-}
-
 namespace {
 
 /// A colour in the upper three bytes. The load begins before the colour, where there is always a byte: behind the last

@@ -44,9 +44,6 @@ void FindSamplesOfOne(std::int64_t *places, SampleWalks &walks, const SampleGrid
 /// Moves the walks behind their next `count` points.
 void SkipSamples(SampleWalks &walks, long count);
 
-/// The values of n packed pixels of 1, 4 or 8 bits, a byte each.
-void UnpackValues(unsigned char *dst, const unsigned char *src, long n, int bits);
-
 /// Pixels around `centre`, place 0, and the level or 0x00RRGGBB of what is outside. Of colours the first three bytes
 /// are taken, and the byte before them is read too.
 struct SamplePixels {

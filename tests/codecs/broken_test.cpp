@@ -56,7 +56,7 @@ TEST_P(Broken, RandomBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Broken,
-                         testing::Values(std::tuple{"jpg", 1}, std::tuple{"jpg", 5}, std::tuple{"png", 1},
+                         testing::Values(std::tuple{"gif", 0}, std::tuple{"gif", 3}, std::tuple{"jpg", 1}, std::tuple{"jpg", 5}, std::tuple{"png", 1},
                                          std::tuple{"png", 2}, std::tuple{"webp", 1}, std::tuple{"webp", 8}));
 
 }  // namespace

@@ -11,6 +11,7 @@ namespace {
 /// The type that a saved type comes back as.
 using Returns = std::map<int, int>;
 const Returns kPng = {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 1}, {7, 1}, {8, 8}, {9, 9}};
+const Returns kGif = {{0, 0}, {2, 2}, {3, 3}, {4, 4}, {5, 5}};
 const Returns kWebp = {{0, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {7, 1}, {8, 8}, {9, 1}};
 
 class RoundTrip : public PictureTest {
@@ -49,6 +50,9 @@ class RoundTrip : public PictureTest {
 
 TEST_F(RoundTrip, Png) {
   Check("png", kPng);
+}
+TEST_F(RoundTrip, Gif) {
+  Check("gif", kGif);
 }
 TEST_F(RoundTrip, Webp) {
   Check("webp", kWebp);
