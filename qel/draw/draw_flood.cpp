@@ -10,17 +10,18 @@
 
 namespace {
 
+using qel::lines::BoxTest;
 using qel::lines::ColorBox;
 
 constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255;
 
-ColorBox BoxAround(const unsigned char *pColor, int nTolerance) {
+BoxTest BoxAround(const unsigned char *pColor, int nTolerance) {
   ColorBox box;
   for (int c = 0; c < 3; ++c) {
     box.low[c] = static_cast<unsigned char>(std::max(pColor[c] - nTolerance, 0));
     box.high[c] = static_cast<unsigned char>(std::min(pColor[c] + nTolerance, 255));
   }
-  return box;
+  return BoxTest(box);
 }
 
 /// Rows of an image: in its store where that can be, else through a line.
@@ -28,7 +29,12 @@ class Rows {
  public:
   /// `bColors`: 24-bit pixels, else the image's own bits.
   Rows(PQel &image, bool bColors)
-      : m_image(image), m_bColors(bColors), m_bStored(!bColors || image.GetImageType() == kTrueColor) {}
+      : m_image(image),
+        m_bColors(bColors),
+        m_bStored((!bColors || image.GetImageType() == kTrueColor) &&
+                  image.xGetStoredSpan(0, image.GetImageWidth(), 0) != nullptr) {}
+
+  bool IsStored() const { return m_bStored; }
 
   bool Alloc(long lWidth) {
     return m_line.AllocMemory(GHND, static_cast<unsigned long>(m_bColors ? 3 * lWidth + 4 : lWidth / 8 + 8)) != nullptr;
@@ -36,12 +42,9 @@ class Rows {
 
   /// Pixels x1 .. x2 of row y, from a place whose column is *pFrom; null when they cannot be read. Bits of the store
   /// start at the row's first column.
-  const unsigned char *Get(long x1, long x2, long y, long *pFrom) {
-    if (m_bStored) {
-      *pFrom = 0;
-      if (const unsigned char *const p = m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y)) return p;
-    }
-    *pFrom = x1;
+  unsigned char *Get(long x1, long x2, long y, long *pFrom) {
+    *pFrom = m_bStored ? 0 : x1;
+    if (m_bStored) return m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y);
     unsigned char *const pLine = m_line.GetPointer();
     return (m_bColors ? m_image.Get24bitHorLine(x1, x2, y, pLine, nullptr) : m_image.GetHorLine(x1, x2, y, pLine))
                ? pLine
@@ -73,7 +76,7 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
   if (ptSeed.x < 0 || ptSeed.y < 0 || ptSeed.x >= lWidth || ptSeed.y >= lHeight || nTolerance < 0) return 1;
   unsigned char bySeed[4];
   if (!reference.Get24bitHorLine(ptSeed.x, ptSeed.x, ptSeed.y, bySeed, nullptr)) return 0;
-  const ColorBox box = BoxAround(bySeed, nTolerance);
+  const BoxTest box = BoxAround(bySeed, nTolerance);
 
   PQel visited;
   PPointStack stack;
@@ -89,8 +92,8 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
   const auto seed = [&](long x1, long x2, long y) {
     long lColorFrom, lBitFrom;
     if (x1 > x2) return true;
-    const unsigned char *const pColors = colors.Get(x1, x2, y, &lColorFrom);
-    const unsigned char *const pBits = bits.Get(x1, x2, y, &lBitFrom);
+    const unsigned char *const pColors = colors.Get(x1, x2, y, &lColorFrom), *const pBits =
+                                                                                 bits.Get(x1, x2, y, &lBitFrom);
     if (pColors == nullptr || pBits == nullptr) return true;
     bool bPushed = true;
     qel::lines::ForEachRunStart(pColors + 3 * (x1 - lColorFrom), pBits, x1 - lBitFrom, x2 - x1 + 1, box,
@@ -106,18 +109,24 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
   POINT pt;
   while (stack.Pop(&pt)) {
     const long x = pt.x, y = pt.y;
-    long lBitFrom, lColorFrom;
-    const unsigned char *const pBits = bits.Get(0, lWidth - 1, y, &lBitFrom);
-    if (pBits == nullptr || qel::lines::BitsAt(pBits, x, 1) != 0) continue;
-    long left = qel::lines::FirstOpen(pBits, x), right = qel::lines::LastOpen(pBits, x, lWidth);
+    long lBitFrom, lColorFrom, left = 0, right = lWidth - 1;
+    unsigned char *const pBits = bits.Get(0, lWidth - 1, y, &lBitFrom);
+    if (pBits == nullptr || !qel::lines::IsOpen(pBits, x)) continue;
+    if (!colors.IsStored()) {  // no more than this is read
+      left = qel::lines::FirstOpen(pBits, x, left);
+      right = qel::lines::LastOpen(pBits, x, right);
+    }
     const unsigned char *pColors = colors.Get(left, right, y, &lColorFrom);
     if (pColors == nullptr) continue;
     pColors -= 3 * lColorFrom;
-    if (qel::lines::BoxMask(pColors + 3 * x, 1, box) == 0) continue;
-    left = qel::lines::FirstInBox(pColors, x, left, box);
-    right = qel::lines::LastInBox(pColors, x, right, box);
+    if (!qel::lines::IsInBox(pColors, x, box)) continue;
+    left = qel::lines::FirstOpen(pBits, x, qel::lines::FirstInBox(pColors, x, left, box));
+    right = qel::lines::LastOpen(pBits, x, qel::lines::LastInBox(pColors, x, right, box));
     FillBrushHorLine(left, right, y);
-    if (!visited.PutHorLine(left, right, y, ones.GetPointer())) return 0;
+    if (bits.IsStored())
+      qel::lines::Close(pBits, left, right);
+    else if (!visited.PutHorLine(left, right, y, ones.GetPointer()))
+      return 0;
     if (!seedBeside(left, right, y - 1) || !seedBeside(left, right, y + 1)) return 0;
     last = {y, left, right};
   }
@@ -127,14 +136,15 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
 // Runs ---------------------------------------------------------------------------------------------------------------
 
 int PQelDraw::xFindMaskBound(long *pLeft, long *pRight, long x, long lWidth, BYTE *pBits) {
-  *pLeft = qel::lines::FirstOpen(pBits, x);
-  *pRight = qel::lines::LastOpen(pBits, x, lWidth);
-  return *pRight >= *pLeft;
+  if (!qel::lines::IsOpen(pBits, x)) return 0;
+  *pLeft = qel::lines::FirstOpen(pBits, x, 0);
+  *pRight = qel::lines::LastOpen(pBits, x, lWidth - 1);
+  return 1;
 }
 
 int PQelDraw::xFindImageBound(long *pLeft, long *pRight, long x, BYTE *pLine, BYTE byRedLow, BYTE byRedHigh,
                               BYTE byGreenLow, BYTE byGreenHigh, BYTE byBlueLow, BYTE byBlueHigh) {
-  const ColorBox box = {{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}};
+  const BoxTest box({{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}});
   const long lFrom = *pLeft;
   const unsigned char *const pFirst = pLine - 3 * lFrom;
   *pRight = qel::lines::LastInBox(pFirst, x, *pRight, box);
@@ -144,6 +154,6 @@ int PQelDraw::xFindImageBound(long *pLeft, long *pRight, long x, BYTE *pLine, BY
 
 void PQelDraw::xFindNewPoint(long x1, long x2, long y, BYTE *pLine, BYTE *pBits, BYTE byRedLow, BYTE byRedHigh,
                              BYTE byGreenLow, BYTE byGreenHigh, BYTE byBlueLow, BYTE byBlueHigh, PPointStack &stack) {
-  const ColorBox box = {{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}};
+  const BoxTest box({{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}});
   qel::lines::ForEachRunStart(pLine, pBits, 0, x2 - x1 + 1, box, [&](long i) { stack.Push(x1 + i, y); });
 }

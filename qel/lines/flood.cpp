@@ -1,79 +1,91 @@
-// Runs by masks of 64 pixels: the ends of a run are counted zeros and ones.
+// Runs of bits, whole bytes at a time, and the plain loops over colours.
 
 #include "qel/lines/flood.h"
 
-namespace qel::lines {
+#include <algorithm>
+#include <bit>
+#include <cstring>
 
-std::uint64_t plain::BoxMask(const unsigned char *line, long n, const ColorBox &box) {
-  std::uint64_t mask = 0;
-  for (long i = 0; i < n; ++i, line += 3) {
-    bool inside = true;
-    for (int c = 0; c < 3; ++c) inside &= line[c] >= box.low[c] && line[c] <= box.high[c];
-    mask |= static_cast<std::uint64_t>(inside) << i;
-  }
-  return mask;
-}
+namespace qel::lines {
 
 namespace {
 
-/// Bit 7 of every byte becomes bit 0, and so on.
-std::uint64_t ReverseBytes(std::uint64_t v) {
-  v = (v >> 1 & 0x5555555555555555) | (v & 0x5555555555555555) << 1;
-  v = (v >> 2 & 0x3333333333333333) | (v & 0x3333333333333333) << 2;
-  return (v >> 4 & 0x0F0F0F0F0F0F0F0F) | (v & 0x0F0F0F0F0F0F0F0F) << 4;
+/// The last of the pixels that begin at x, within .. last, whose bits are those of `byte` (0 or 0xFF).
+long LastLike(unsigned char byte, const unsigned char *bits, long x, long last) {
+  const auto unlike = [=](long at) { return static_cast<unsigned char>(bits[at / 8] ^ byte); };
+  if (x % 8 != 0) {
+    const auto rest = static_cast<unsigned char>(unlike(x) << x % 8);
+    const long end = x + (rest != 0 ? std::countl_zero(rest) : 8 - x % 8);
+    if (rest != 0 || end > last) return std::min(end - 1, last);
+    x = end;
+  }
+  const std::uint64_t all = byte * 0x0101010101010101U;
+  for (std::uint64_t word; x + 64 <= last + 1; x += 64) {
+    std::memcpy(&word, bits + x / 8, sizeof word);
+    if (word != all) break;
+  }
+  for (; x <= last; x += 8)
+    if (unlike(x) != 0) return std::min(x + std::countl_zero(unlike(x)) - 1, last);
+  return last;
 }
 
 }  // namespace
 
-std::uint64_t BitsAt(const unsigned char *bits, long from, long n) {
-  const long first = from / 8, last = (from + n - 1) / 8, shift = from % 8;
-  std::uint64_t value = 0;
-  for (long k = 0; k < std::min(last - first + 1, 8L); ++k)
-    value |= static_cast<std::uint64_t>(bits[first + k]) << (8 * k);
-  value = ReverseBytes(value) >> shift;
-  if (last - first == 8) value |= ReverseBytes(bits[last]) << (64 - shift);
-  return n == kMaskPixels ? value : value & ((std::uint64_t{1} << n) - 1);
+long LastOpen(const unsigned char *bits, long x, long last) {
+  return LastLike(0, bits, x, last);
 }
 
-long FirstOpen(const unsigned char *bits, long x) {
-  while (x >= 0) {
-    const long count = std::min(x + 1, kMaskPixels);
-    const std::uint64_t closed = BitsAt(bits, x + 1 - count, count);
-    if (closed != 0) return x + 1 - count + (64 - std::countl_zero(closed));
-    x -= count;
-  }
-  return 0;
+long LastClosed(const unsigned char *bits, long x, long last) {
+  return LastLike(0xFF, bits, x, last);
 }
 
-long LastOpen(const unsigned char *bits, long x, long width) {
-  while (x < width) {
-    const long count = std::min(width - x, kMaskPixels);
-    const std::uint64_t closed = BitsAt(bits, x, count);
-    if (closed != 0) return x + std::countr_zero(closed) - 1;
-    x += count;
+long FirstOpen(const unsigned char *bits, long x, long first) {
+  const auto rest = static_cast<unsigned char>(bits[x / 8] >> (7 - x % 8));
+  if (rest != 0) return std::max(x + 1 - std::countr_zero(rest), first);
+  x -= x % 8;  // the first pixel of this byte is open
+  for (std::uint64_t word; x - 64 >= first; x -= 64) {
+    std::memcpy(&word, bits + (x - 64) / 8, sizeof word);
+    if (word != 0) break;
   }
-  return width - 1;
+  for (; x > first; x -= 8)
+    if (const unsigned char byte = bits[x / 8 - 1]; byte != 0) return std::max(x - std::countr_zero(byte), first);
+  return first;
 }
 
-long FirstInBox(const unsigned char *line, long x, long first, const ColorBox &box) {
-  while (x >= first) {
-    const long count = std::min(x - first + 1, kMaskPixels);
-    const std::uint64_t inside = BoxMask(line + 3 * (x + 1 - count), count, box) << (64 - count);
-    const long ones = std::countl_one(inside);
-    x -= ones;
-    if (ones < count) break;
+void Close(unsigned char *bits, long first, long last) {
+  const long from = first / 8, to = last / 8;
+  const int head = 0xFF >> first % 8, tail = 0xFF00 >> (last % 8 + 1) & 0xFF;
+  if (from == to) {
+    bits[from] = static_cast<unsigned char>(bits[from] | (head & tail));
+    return;
   }
-  return x + 1;
+  bits[from] = static_cast<unsigned char>(bits[from] | head);
+  std::fill(bits + from + 1, bits + to, static_cast<unsigned char>(0xFF));
+  bits[to] = static_cast<unsigned char>(bits[to] | tail);
 }
 
-long LastInBox(const unsigned char *line, long x, long last, const ColorBox &box) {
-  while (x <= last) {
-    const long count = std::min(last - x + 1, kMaskPixels);
-    const long ones = std::countr_one(BoxMask(line + 3 * x, count, box));
-    x += ones;
-    if (ones < count) break;
-  }
-  return x - 1;
+long FirstInBox(const unsigned char *line, long x, long first, const BoxTest &box) {
+  return x + 1 - TrailingInBox(line + 3 * first, 3 * (x + 1 - first), box) / 3;
 }
+
+long LastInBox(const unsigned char *line, long x, long last, const BoxTest &box) {
+  return x - 1 + LeadingInBox(line + 3 * x, 3 * (last + 1 - x), box) / 3;
+}
+
+namespace plain {
+
+long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  long i = 0;
+  while (i < bytes && line[i] >= box.low[i % 3] && line[i] <= box.high[i % 3]) ++i;
+  return i;
+}
+
+long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  long i = bytes;
+  while (i > 0 && line[i - 1] >= box.low[(i - 1) % 3] && line[i - 1] <= box.high[(i - 1) % 3]) --i;
+  return bytes - i;
+}
+
+}  // namespace plain
 
 }  // namespace qel::lines

@@ -1,50 +1,59 @@
 // Runs of a seed fill: pixels of a colour box in 24-bit lines, and open ones (0) in lines of visited bits, most
-// significant bit first. Both are looked at 64 pixels at a time.
+// significant bit first.
 #pragma once
 
-#include <algorithm>
-#include <bit>
 #include <cstdint>
 
 #include "qel/lines/color_box.h"
 
 namespace qel::lines {
 
-constexpr long kMaskPixels = 64;
+/// Whether pixel x of a line lies in a box, and is open in a line of bits.
+inline bool IsInBox(const unsigned char *line, long x, const BoxTest &box) {
+  bool inside = true;
+  for (long c = 0; c < 3; ++c) inside &= line[3 * x + c] >= box.low[c] && line[3 * x + c] <= box.high[c];
+  return inside;
+}
+inline bool IsOpen(const unsigned char *bits, long x) {
+  return (bits[x / 8] & 0x80 >> x % 8) == 0;
+}
 
-/// Bit i tells whether 24-bit pixel i of n, at most 64, lies in a box.
-std::uint64_t BoxMask(const unsigned char *line, long n, const ColorBox &box);
+/// The ends of the run of open pixels around pixel x, which is open, within first .. last.
+long FirstOpen(const unsigned char *bits, long x, long first);
+long LastOpen(const unsigned char *bits, long x, long last);
 
-/// Bit i is that of pixel from + i of a line of bits, for n pixels, at most 64; the others are 0. No byte behind the
-/// last pixel's is read.
-std::uint64_t BitsAt(const unsigned char *bits, long from, long n);
+/// The last of the closed pixels that begin at x, within .. last.
+long LastClosed(const unsigned char *bits, long x, long last);
 
-/// The ends of the run of open pixels around pixel x, which is open, in a line of `width`.
-long FirstOpen(const unsigned char *bits, long x);
-long LastOpen(const unsigned char *bits, long x, long width);
+/// Closes pixels first .. last.
+void Close(unsigned char *bits, long first, long last);
 
-/// The ends of the run of pixels in a box around pixel x, which lies in it, between pixels `first` and `last`; `line`
-/// begins at pixel 0.
-long FirstInBox(const unsigned char *line, long x, long first, const ColorBox &box);
-long LastInBox(const unsigned char *line, long x, long last, const ColorBox &box);
+/// The ends of the run of pixels in a box around pixel x, which lies in it, within first .. last.
+long FirstInBox(const unsigned char *line, long x, long first, const BoxTest &box);
+long LastInBox(const unsigned char *line, long x, long last, const BoxTest &box);
 
 /// Calls `found` with the first pixel of each run of open pixels in a box, of n that begin at `line` and at bit `from`.
 template <class Found>
-void ForEachRunStart(const unsigned char *line, const unsigned char *bits, long from, long n, const ColorBox &box,
+void ForEachRunStart(const unsigned char *line, const unsigned char *bits, long from, long n, const BoxTest &box,
                      Found found) {
-  std::uint64_t before = 0;  // whether the pixel before belongs to a run
-  for (long i = 0; i < n; i += kMaskPixels) {
-    const long count = std::min(n - i, kMaskPixels);
-    const std::uint64_t runs = BoxMask(line + 3 * i, count, box) & ~BitsAt(bits, from + i, count);
-    for (std::uint64_t starts = runs & ~(runs << 1 | before); starts != 0; starts &= starts - 1)
-      found(i + std::countr_zero(starts));
-    before = runs >> 63;
+  for (long i = 0; i < n; ++i) {
+    if (!IsOpen(bits, from + i)) {
+      i = LastClosed(bits, from + i, from + n - 1) - from;
+    } else if (IsInBox(line, i, box)) {
+      found(i);
+      i = LastOpen(bits, from + i, from + LastInBox(line, i, n - 1, box)) - from;
+    }
   }
 }
 
+/// Bytes of a 24-bit line that lie within a box's bounds, counted from its first one on and back from its last one.
+long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box);
+long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box);
+
 namespace plain {
 
-std::uint64_t BoxMask(const unsigned char *line, long n, const ColorBox &box);
+long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box);
+long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box);
 
 }  // namespace plain
 

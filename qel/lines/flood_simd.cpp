@@ -1,6 +1,8 @@
-// Pixels of a colour box as bits: one source for every vector width, chosen at run time (Highway). A compiler compares
-// pixel by pixel.
+// Runs of bytes within the bounds of a colour box: one source for every vector width, chosen at run time (Highway). A
+// compiler compares pixel by pixel.
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "qel/lines/flood.h"
@@ -15,31 +17,58 @@ namespace qel::lines::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR
 
-using plain::BoxMask;
+using plain::LeadingInBox;
+using plain::TrailingInBox;
 
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-std::uint64_t BoxMask(const unsigned char *line, long n, const ColorBox &box) {
-  const hn::CappedTag<std::uint8_t, 64> d;
-  const long step = static_cast<long>(hn::Lanes(d));
-  const auto isInside = [&](hn::Vec<decltype(d)> v, int c) {
-    return hn::Eq(hn::Min(hn::Max(v, hn::Set(d, box.low[c])), hn::Set(d, box.high[c])), v);
-  };
-  std::uint64_t mask = 0;
-  long i = 0;
-  for (; i + step <= n; i += step) {
-    hn::Vec<decltype(d)> blue, green, red;
-    hn::LoadInterleaved3(d, line + 3 * i, blue, green, red);
-    const auto inside = hn::And(isInside(blue, 0), hn::And(isInside(green, 1), isInside(red, 2)));
-    std::uint8_t bytes[8] = {};
-    hn::StoreMaskBits(d, inside, bytes);
-    std::uint64_t bits;
-    std::memcpy(&bits, bytes, sizeof bits);
-    mask |= bits << i;
+using D = hn::CappedTag<std::uint8_t, 64>;
+using V = hn::Vec<D>;
+
+/// True for bytes between two others, both included.
+auto IsBetween(V v, V low, V high) {
+  return hn::Eq(hn::Min(hn::Max(v, low), high), v);
+}
+
+/// Bytes from place i on, tested by the bounds of their channels; one bit a byte.
+std::uint64_t InBoxBits(const unsigned char *line, long i, const BoxTest &box) {
+  const D d;
+  const auto isInside =
+      IsBetween(hn::LoadU(d, line + i), hn::LoadU(d, box.low + i % 3), hn::LoadU(d, box.high + i % 3));
+  std::uint8_t bytes[8] = {};
+  hn::StoreMaskBits(d, isInside, bytes);
+  std::uint64_t bits;
+  std::memcpy(&bits, bytes, sizeof bits);
+  return bits;
+}
+
+/// What InBoxBits gives when all bytes pass.
+std::uint64_t AllInBox() {
+  return ~std::uint64_t{0} >> (64 - hn::Lanes(D()));
+}
+
+long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  const long step = static_cast<long>(hn::Lanes(D()));
+  if (bytes < step) return plain::LeadingInBox(line, bytes, box);
+  const std::uint64_t all = AllInBox();
+  for (long i = 0;; i = std::min(i + step, bytes - step)) {  // the last vector overlaps the one before
+    const std::uint64_t inside = InBoxBits(line, i, box);
+    if (inside != all) return i + std::countr_one(inside);
+    if (i == bytes - step) return bytes;
   }
-  return i < n ? mask | plain::BoxMask(line + 3 * i, n - i, box) << i : mask;
+}
+
+long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  const long step = static_cast<long>(hn::Lanes(D()));
+  if (bytes < step) return plain::TrailingInBox(line, bytes, box);
+  const std::uint64_t all = AllInBox();
+  for (long i = bytes - step;; i = std::max(i - step, 0L)) {
+    const std::uint64_t inside = InBoxBits(line, i, box);
+    if (inside != all) return bytes - i - step + std::countl_one(inside << (64 - step));
+    if (i == 0) return bytes;
+  }
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR
@@ -51,10 +80,15 @@ HWY_AFTER_NAMESPACE();
 
 namespace qel::lines {
 
-HWY_EXPORT(BoxMask);
+HWY_EXPORT(LeadingInBox);
+HWY_EXPORT(TrailingInBox);
 
-std::uint64_t BoxMask(const unsigned char *line, long n, const ColorBox &box) {
-  return HWY_DYNAMIC_DISPATCH(BoxMask)(line, n, box);
+long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  return HWY_DYNAMIC_DISPATCH(LeadingInBox)(line, bytes, box);
+}
+
+long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
+  return HWY_DYNAMIC_DISPATCH(TrailingInBox)(line, bytes, box);
 }
 
 }  // namespace qel::lines
