@@ -183,6 +183,10 @@ class QEL_API PQelDraw : public PQel {
   int xFillPlainly(long x1, long x2, long y);
   int xPaintBrushRow(long x1, long x2, long y, WorkLines &lines);
 
+  /// Fill the runs of a row, pairs of columns in ascending order, at once where the store lies open.
+  bool xFillsRunsInStore() const;
+  bool xFillRunsInStore(const long *pRuns, long lPairs, long y);
+
   /// Cuts a range of rows to the image's, unless it repeats.
   void xKeepRows(long *pTop, long *pBottom) const;
 

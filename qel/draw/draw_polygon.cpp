@@ -13,13 +13,42 @@ struct Edge {
   POINT upper, lower;
 };
 
+/// An edge on its way down: the column where it crosses the row at hand, and what that grows by with each row. The
+/// quotient of xGetXPos, rounded half away from zero, is carried on with its remainder, so that no row divides.
+struct ActiveEdge {
+  long x;
+  long end;  // first row below it
+  long quotient, quotientStep;
+  long remainder, remainderStep;
+  long dy;
+  long from, sign;
+
+  ActiveEdge(const Edge &edge, long y) : end(edge.lower.y), from(edge.upper.x) {
+    using qel::draw::Wide;
+    const long dx = static_cast<long>(edge.lower.x) - edge.upper.x, width = std::abs(dx);
+    dy = static_cast<long>(edge.lower.y) - edge.upper.y;
+    sign = dx < 0 ? -1 : 1;
+    const Wide start = Wide{width} * (y - edge.upper.y) + dy / 2;
+    quotient = static_cast<long>(start / dy), remainder = static_cast<long>(start % dy);
+    quotientStep = width / dy, remainderStep = width % dy;
+    x = from + sign * quotient;
+  }
+
+  void StepDown() {
+    quotient += quotientStep, remainder += remainderStep;
+    const bool isNext = remainder >= dy;
+    quotient += isNext, remainder -= isNext ? dy : 0;
+    x = from + sign * quotient;
+  }
+};
+
 /// The edges of a polygon that are not horizontal, and room to walk them.
 class Edges {
  public:
   /// False when memory is short.
   bool Alloc(long lCount) {
     m_pEdges = AllocArray<Edge>(m_memEdges, lCount);
-    m_pActive = AllocArray<const Edge *>(m_memActive, lCount);
+    m_pActive = AllocArray<ActiveEdge>(m_memActive, lCount);
     m_pCrossings = AllocArray<long>(m_memCrossings, lCount);
     return m_pEdges != nullptr && m_pActive != nullptr && m_pCrossings != nullptr;
   }
@@ -31,23 +60,34 @@ class Edges {
     std::sort(m_pEdges, m_pEdges + m_lCount, [](const Edge &a, const Edge &b) { return a.upper.y < b.upper.y; });
   }
 
-  /// Fills in the crossings of a row in ascending order and returns their end; `cross` gives one, or -1.
-  template <class Cross>
-  long *CrossRow(long y, Cross cross) {
-    while (m_lNext < m_lCount && m_pEdges[m_lNext].upper.y <= y) m_pActive[m_lActive++] = &m_pEdges[m_lNext++];
+  /// Finds the crossings of row y, which follows the one before, in ascending order; returns how many. A crossing at
+  /// column -1 is none.
+  long CrossRow(long y) {
+    for (long i = 0; i < m_lActive; ++i) m_pActive[i].StepDown();
     m_lActive =
-        std::remove_if(m_pActive, m_pActive + m_lActive, [y](const Edge *p) { return p->lower.y <= y; }) - m_pActive;
-    long *pEnd = m_pCrossings;
-    for (long i = 0; i < m_lActive; ++i) {
-      const long x = cross(*m_pActive[i]);
-      if (x != -1) *pEnd++ = x;
-    }
-    std::sort(m_pCrossings, pEnd);
-    return pEnd;
+        std::remove_if(m_pActive, m_pActive + m_lActive, [y](const ActiveEdge &e) { return e.end <= y; }) - m_pActive;
+    for (; m_lNext < m_lCount && m_pEdges[m_lNext].upper.y <= y; ++m_lNext)
+      if (m_pEdges[m_lNext].lower.y > y) m_pActive[m_lActive++] = ActiveEdge(m_pEdges[m_lNext], y);
+    Sort();
+    long lCrossings = 0;
+    for (long i = 0; i < m_lActive; ++i)
+      if (m_pActive[i].x != -1) m_pCrossings[lCrossings++] = m_pActive[i].x;
+    return lCrossings;
   }
   const long *Crossings() const { return m_pCrossings; }
 
  private:
+  /// By insertion: from one row to the next few edges change places.
+  void Sort() {
+    for (long i = 1; i < m_lActive; ++i) {
+      if (m_pActive[i - 1].x <= m_pActive[i].x) continue;
+      const ActiveEdge edge = m_pActive[i];
+      long k = i;
+      for (; k > 0 && m_pActive[k - 1].x > edge.x; --k) m_pActive[k] = m_pActive[k - 1];
+      m_pActive[k] = edge;
+    }
+  }
+
   template <class T>
   static T *AllocArray(PMem &memory, long lCount) {
     return reinterpret_cast<T *>(memory.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lCount) * sizeof(T)));
@@ -55,7 +95,7 @@ class Edges {
 
   PMem m_memEdges, m_memActive, m_memCrossings;
   Edge *m_pEdges = nullptr;
-  const Edge **m_pActive = nullptr;
+  ActiveEdge *m_pActive = nullptr;
   long *m_pCrossings = nullptr;
   long m_lCount = 0, m_lNext = 0, m_lActive = 0;
 };
@@ -80,9 +120,12 @@ void PQelDraw::FillPolygon(POINT *pPoints, int nCount) {
   }
   edges.Start();
   xKeepRows(&lTop, &lBottom);
+  const bool bInStore = xFillsRunsInStore();
   for (long y = lTop; y <= lBottom; ++y) {
-    const long *const pEnd = edges.CrossRow(y, [&](const Edge &edge) { return xGetXPos(edge.upper, edge.lower, y); });
-    for (const long *p = edges.Crossings(); p + 1 < pEnd; p += 2) FillBrushHorLine(p[0], p[1], y);
+    const long lPairs = edges.CrossRow(y) / 2;
+    const long *const p = edges.Crossings();
+    if (bInStore && xFillRunsInStore(p, lPairs, y)) continue;
+    for (long k = 0; k < lPairs; ++k) FillBrushHorLine(p[2 * k], p[2 * k + 1], y);
   }
 }
 

@@ -6,12 +6,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <typeinfo>
 
 #include "qel/draw/brush.h"
 #include "qel/draw/color_line.h"
 #include "qel/draw/draw.h"
 #include "qel/draw/shield.h"
 #include "qel/lines/convert.h"
+#include "qel/mem/store_access.h"
 #include "qel/ops/mixes.h"
 
 namespace {
@@ -62,6 +64,32 @@ bool PQelDraw::xPaintsPlainly() const {
 
 int PQelDraw::xFillPlainly(long x1, long x2, long y) {
   return xFillSpan({x1, x2, y, false}, qel::draw::ToolColor(GetBitCount(), m_poCurBrush->m_llForeColor));
+}
+
+/// A derived class may replace brush rows; then each run is its own.
+bool PQelDraw::xFillsRunsInStore() const {
+  return m_poCurBrush != nullptr && !IsEmpty() && typeid(*this) == typeid(PQelDraw) && xPaintsPlainly() &&
+         GetBitCount() >= 8 && m_pMem->GetMirrorMem() == nullptr;
+}
+
+bool PQelDraw::xFillRunsInStore(const long *pRuns, long lPairs, long y) {
+  const long lWidth = GetImageWidth(), lBytes = GetBitCount() / 8;
+  while (lPairs > 0 && pRuns[1] < 0) pRuns += 2, --lPairs;
+  while (lPairs > 0 && pRuns[2 * lPairs - 2] >= lWidth) --lPairs;
+  if (lPairs < 1) return true;
+  unsigned char *const pRow = xGetStoredSpan(0, lWidth, y);
+  if (pRow == nullptr) return false;
+  const auto first = [=](long k) { return std::max(pRuns[2 * k], 0L); };
+  const auto last = [=](long k) { return std::min(pRuns[2 * k + 1], lWidth - 1); };
+  InvalidateLine(first(0), last(lPairs - 1), y);
+  const long long llColor = qel::draw::ToolColor(GetBitCount(), m_poCurBrush->m_llForeColor);
+  const int nBits = GetBitCount();
+  qel::mem::StoreGroup stores = {{m_pMem}};
+  qel::mem::AccessStores(stores, [=] {
+    for (long k = 0; k < lPairs; ++k)
+      qel::draw::FillColorLine(pRow + first(k) * lBytes, nBits, last(k) - first(k) + 1, llColor);
+  });
+  return true;
 }
 
 int PQelDraw::xPaintBrushRow(long x1, long x2, long y, WorkLines &lines) {
