@@ -106,6 +106,7 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
     return seed(left, std::min(right, last.left - 1), y) && seed(std::max(left, last.right + 1), right, y);
   };
 
+  const bool bInStore = xFillsRunsInStore();
   POINT pt;
   while (stack.Pop(&pt)) {
     const long x = pt.x, y = pt.y;
@@ -122,7 +123,8 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
     if (!qel::lines::IsInBox(pColors, x, box)) continue;
     left = qel::lines::FirstOpen(pBits, x, qel::lines::FirstInBox(pColors, x, left, box));
     right = qel::lines::LastOpen(pBits, x, qel::lines::LastInBox(pColors, x, right, box));
-    FillBrushHorLine(left, right, y);
+    const long run[2] = {left, right};
+    if (!bInStore || !xFillRunsInStore(run, 1, y)) FillBrushHorLine(left, right, y);
     if (bits.IsStored())
       qel::lines::Close(pBits, left, right);
     else if (!visited.PutHorLine(left, right, y, ones.GetPointer()))

@@ -86,6 +86,11 @@ long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box) {
   return bytes - i;
 }
 
+long NextInBox(const unsigned char *line, long x, long end, const BoxTest &box) {
+  while (x < end && !IsInBox(line, x, box)) ++x;
+  return x;
+}
+
 }  // namespace plain
 
 }  // namespace qel::lines

@@ -32,6 +32,9 @@ void Close(unsigned char *bits, long first, long last);
 long FirstInBox(const unsigned char *line, long x, long first, const BoxTest &box);
 long LastInBox(const unsigned char *line, long x, long last, const BoxTest &box);
 
+/// The first pixel in a box from pixel x on; `end` when there is none before it.
+long NextInBox(const unsigned char *line, long x, long end, const BoxTest &box);
+
 /// Calls `found` with the first pixel of each run of open pixels in a box, of n that begin at `line` and at bit `from`.
 template <class Found>
 void ForEachRunStart(const unsigned char *line, const unsigned char *bits, long from, long n, const BoxTest &box,
@@ -42,6 +45,8 @@ void ForEachRunStart(const unsigned char *line, const unsigned char *bits, long 
     } else if (IsInBox(line, i, box)) {
       found(i);
       i = LastOpen(bits, from + i, from + LastInBox(line, i, n - 1, box)) - from;
+    } else {
+      i = NextInBox(line, i + 1, n, box) - 1;
     }
   }
 }
@@ -54,6 +59,7 @@ namespace plain {
 
 long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box);
 long TrailingInBox(const unsigned char *line, long bytes, const BoxTest &box);
+long NextInBox(const unsigned char *line, long x, long end, const BoxTest &box);
 
 }  // namespace plain
 

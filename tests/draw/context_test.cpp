@@ -297,6 +297,38 @@ TEST(Fills, EllipsesTrianglesAndFramesLieWhereTheirEquationsSay) {
   EXPECT_EQ(canvas.draw.GetPixelBGR(12, 2), 0U);
 }
 
+TEST(Fills, ComeOutTheSameByRunsAndInTheStore) {
+  std::mt19937 random(17);
+  for (int round = 0; round < 120; ++round) {
+    const int nType = round % 10;
+    Canvas byRuns(nType, 50, 40);
+    PQelDraw draw;
+    ASSERT_TRUE(draw.CreateImage(nType, 50, 40, 0, nullptr, 0, 0, random() % 2 ? 1 : 4, 0, 0));
+    draw.Clear(0);
+    draw.SelectBrush(&byRuns.brush);
+    std::vector<POINT> points;
+    for (int i = 0; i < 9; ++i)
+      points.push_back({static_cast<int>(random() % 400) - 150, static_cast<int>(random() % 300) - 100});
+    points.push_back(points[0]);
+    const CPoint seed(static_cast<int>(random() % 50), static_cast<int>(random() % 40));
+    for (PQelDraw *const p : {static_cast<PQelDraw *>(&byRuns.draw), &draw}) {
+      p->Validate();
+      p->FillPolygon(points.data(), 9);
+      byRuns.brush.SetColors(5, 0);
+      p->FloodFill(seed, 0, nullptr);
+      byRuns.brush.SetColors(1, 0);
+    }
+    test::NaiveImage left(50, 40, draw.GetBitCount()), right = left;
+    left.Load(byRuns.draw);
+    right.Load(draw);
+    ASSERT_EQ(left.pixels, right.pixels) << "round " << round;
+    CRect a, b;
+    byRuns.draw.GetInvalidateRect(&a);
+    draw.GetInvalidateRect(&b);
+    EXPECT_TRUE(a == b) << "round " << round;
+  }
+}
+
 // Seed fills ---------------------------------------------------------------------------------------------------------
 
 TEST(Fills, SeedsReachTheRegionWithinTheirTolerance) {
