@@ -5,11 +5,13 @@
 #include <fontconfig/fontconfig.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <tuple>
+#include <utility>
 
 namespace qel::gdi {
 
@@ -48,19 +50,32 @@ Wanted WantedFont(const LOGFONTA &logFont) {
   return wanted;
 }
 
+FcConfig *g_pConfig = nullptr;
+
+// The system's font settings in an instance of our own, so that it can be given back at exit whoever else uses
+// fontconfig in this process. Null afterwards.
+FcConfig *Config() {
+  static const bool bLoaded = [] {
+    g_pConfig = FcInitLoadConfigAndFonts();
+    return g_pConfig != nullptr && std::atexit([] { FcConfigDestroy(std::exchange(g_pConfig, nullptr)); }) == 0;
+  }();
+  return bLoaded ? g_pConfig : nullptr;
+}
+
 Pattern Match(const Wanted &wanted) {
+  FcConfig *const pConfig = Config();
   const Pattern pattern(FcPatternCreate());
-  if (pattern == nullptr) return nullptr;
+  if (pConfig == nullptr || pattern == nullptr) return nullptr;
   if (!wanted.name.empty()) FcPatternAddString(pattern.get(), FC_FAMILY, Text(wanted.name.c_str()));
   FcPatternAddString(pattern.get(), FC_FAMILY, Text(wanted.pszFamily));
   FcPatternAddInteger(pattern.get(), FC_WEIGHT, FcWeightFromOpenType(wanted.nWeight));
   FcPatternAddInteger(pattern.get(), FC_SLANT, wanted.bItalic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
   FcPatternAddBool(pattern.get(), FC_SCALABLE, FcTrue);
   FcPatternAddBool(pattern.get(), FC_OUTLINE, FcTrue);
-  FcConfigSubstitute(nullptr, pattern.get(), FcMatchPattern);
+  FcConfigSubstitute(pConfig, pattern.get(), FcMatchPattern);
   FcDefaultSubstitute(pattern.get());
   FcResult result;
-  return Pattern(FcFontMatch(nullptr, pattern.get(), &result));
+  return Pattern(FcFontMatch(pConfig, pattern.get(), &result));
 }
 
 bool HasName(FcPattern *pPattern, const char *pszProperty, const std::string &name) {
