@@ -2,14 +2,20 @@
 // gamma-corrected copy of it and the map from colours to it, and shows images in windows.
 //
 //   display/scrbase.cpp           the screen's measures, palettes and gamma maps
+//   display/scrbase_show.cpp      images in windows
 //
 // An application makes one, calls DoInitial once, and uses it on the thread that paints.
 #pragma once
 
 #include "qel/export.h"
+#include "qel/platform/mfc/dc.h"
 #include "qel/platform/mfc/object.h"
 #include "qel/platform/mfc/palette.h"
+#include "qel/platform/mfc/rect.h"
 #include "qel/platform/types.h"
+
+class PMem;
+class PQel;
 
 class QEL_API PScrbase : public CObject {
   DECLARE_DYNCREATE(PScrbase)
@@ -53,6 +59,27 @@ class QEL_API PScrbase : public CObject {
   /// Colours of a depth: nMax above 8 bits, else 2 to the power of the bits.
   int GetColorNum(int nBits, int nMax);
 
+  // Display ----------------------------------------------------------------------------------------------------------
+  //
+  // Images deeper than the screen, 16 grays on screens of 16 colours, and with the common palette 256 colours on
+  // screens of 256 are diffused to the standard palette; others bring their own palette. Without a window, an image or
+  // memory nothing is shown.
+
+  /// Shows an image in a part of a window, pixel ptScroll at the part's top left corner. nZoom above 1: every pixel as
+  /// nZoom x nZoom pixels; below -1: every |nZoom|-th pixel; else 1:1. A repeating image fills the part.
+  void ShowImage(PQel *pImage, CPoint &ptScroll, HWND hWnd, CRect &rcUpdate, int nZoom, CDC &dc);
+  void ShowImage(PQel *pImage, CPoint &ptScroll, HWND hWnd, CRect &rcUpdate, int nZoom, HDC hdc);
+
+  /// Shows a 24-bit image 1:1 through a map of 1024 bytes: red, green and blue tables of 256, and one through which all
+  /// three go. Images of other types are not shown. Null: any image, as above.
+  void ShowImage(PQel *pImage, CPoint &ptScroll, HWND hWnd, CRect &rcUpdate, unsigned char *pMap, HDC hdc);
+
+  /// Shows a packed DIB in a global-memory handle 1:1.
+  void ShowImage(CDC &dc, HBITMAP hDIB, HWND hWnd, RECT *pRect);
+
+  /// Fills a part of a window with a colour (red in the low byte), diffused on palette screens.
+  void ShowColorBlock(CDC &dc, HWND hWnd, RECT *pRect, unsigned long dwColor);
+
   /// Diffuses a line of 24, 8 or 4 bits to 8, 4 or 1 bits, from left to right. The error rows have three entries a
   /// pixel; what the line hands down is written to pErrNext, which need not be cleared. Palettes have four bytes an
   /// entry: red, green, blue, flags. (After Floyd and Steinberg 1976, with shares truncated toward zero.)
@@ -89,7 +116,15 @@ class QEL_API PScrbase : public CObject {
   int m_nScreenWidth;
 
  private:
+  class Lines;  // on their way to the screen
+
   void xFreeBlocks();
+
+  /// 1 when all four blocks are there.
+  int xIsReady() const;
+
+  /// Room for lBytes of a line: block 3, or memory of `own` when that is too small; null when memory is short.
+  unsigned char *xGetWorkLine(long lBytes, PMem &own);
 
   /// Makes block 4 for error rows of lWidth pixels, with what it holds; 0 when memory is short, and it stays as it was.
   int xAllocMapBlock(long lWidth);

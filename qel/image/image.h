@@ -9,6 +9,7 @@
 //   geometry/     turns, mirrors, rescaling, free rotation
 //   ops/          whole-image operations, layers, blur, masks and borders
 //   draw/         raster primitives
+//   display/      images in device contexts, device-dependent bitmaps
 //
 // Conventions of every operation: row 0 is the top row and column 0 the left one; spans include both ends, rectangles
 // exclude right and bottom; line buffers follow the DIB rule (1-bit pixels most significant bit first, 4-bit pixels
@@ -537,6 +538,30 @@ class QEL_API PQel : public CObject {
   int Rotate24bitImage(PQel *pSource, int nAngle, int nSample);
   int RotateGrayImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground);
 
+  // Display (display/show_image.cpp, display/device_bitmap.cpp) ------------------------------------------------------
+  //
+  // pMap: null, or red, green and blue tables of 256 that colours go through. bForceBkgd: SelectPalette's flag.
+
+  /// Shows the image at the top left corner of a rectangle (null: the image's own), which cuts it; palette and bitmaps
+  /// are those of hdcRef.
+  void ShowImage(HDC hdc, RECT *pRect, int bForceBkgd, unsigned char *pMap);
+  void ShowImage(HDC hdcDst, HDC hdcRef, RECT *pRect, int bForceBkgd, unsigned char *pMap);
+
+  /// Shows the part of the image from pScroll (null: the origin) on in a rectangle of a window (null: all of it); a
+  /// repeating image fills it. hdcDst null: hdc.
+  void ShowImage(HWND hWnd, HDC hdc, RECT *pRect, POINT *pScroll, int bForceBkgd, unsigned char *pMap, HDC hdcDst);
+
+  /// A device-dependent bitmap of the image, the caller's; null for a screen of fewer bits and in block layout.
+  HBITMAP GetDDB();
+
+  /// Makes the image of a device-dependent bitmap, with the colours of a palette (null: the type's standard ones).
+  /// bDelete: bitmap and palette are deleted, also on failure. 0 for null and a bitmap that no type has the bits of.
+  int CreateImage(HBITMAP hBitmap, HPALETTE hPal, int bDelete, int bForceBkgd);
+
+  /// Turns pixels into the image's own coordinates: eighths of a pixel in anti-alias mode, else the same.
+  void LPtoIP(POINT *pPoint);
+  void LPtoIP(RECT *pRect);
+
   // Shared tables ----------------------------------------------------------------------------------------------------
 
   static const PALETTEENTRY m_palEntryStd[16];  // the 16 standard colours
@@ -746,6 +771,15 @@ class QEL_API PQel : public CObject {
   /// Filter a line of gray or 24-bit pixels by a table of the kernel's products; the edge pixels go on beyond the line.
   static void xDoGrayGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n);
   static void xDo24bitGaussianFilter(BYTE *pOut, BYTE *pIn, long lCount, int *pTable, int nDivisor, long n);
+
+  // Display ----------------------------------------------------------------------------------------------------------
+
+  /// Fills this linear image with the part of a source from (x, y) on, as it is stored there or, when this image alone
+  /// has 24 bits, as such pixels.
+  int xCopyPart(PQel &source, long x, long y);
+
+  /// The first stored row in linear layout, all committed; null for an empty image and in block layout.
+  unsigned char *xGetPixels();
 
   // Fields -----------------------------------------------------------------------------------------------------------
 

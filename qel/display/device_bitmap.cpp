@@ -1,0 +1,71 @@
+// Images from and to device-dependent bitmaps.
+
+#include "qel/display/band_painter.h"
+#include "qel/image/image.h"
+#include "qel/platform/gdi/bitmap.h"
+#include "qel/platform/gdi/dib_transfer.h"
+#include "qel/platform/gdi/object.h"
+#include "qel/platform/gdi/window.h"
+#include "qel/platform/mfc/palette.h"
+
+namespace {
+
+/// A context of the whole screen.
+struct DesktopContext {
+  HDC hdc = GetDC(GetDesktopWindow());
+  ~DesktopContext() { ReleaseDC(GetDesktopWindow(), hdc); }
+  int operator[](int nCapability) const { return GetDeviceCaps(hdc, nCapability); }
+};
+
+/// What is deleted with the call when the caller wishes so.
+struct HandedOver {
+  HBITMAP hBitmap;
+  HPALETTE hPal;
+  bool isOurs;
+  ~HandedOver() {
+    if (!isOurs) return;
+    DeleteObject(hBitmap);
+    if (hPal != nullptr) DeleteObject(hPal);
+  }
+};
+
+}  // namespace
+
+HBITMAP PQel::GetDDB() {
+  unsigned char *const pPixels = xGetPixels();
+  if (pPixels == nullptr) return nullptr;
+  const DesktopContext desktop;
+  if (GetBitCount() > desktop[PLANES] * desktop[BITSPIXEL]) return nullptr;
+  CPalette palette;
+  palette.Attach(GetPalette(nullptr));
+  const qel::display::SelectedPalette selected(desktop.hdc, palette, FALSE);
+  return CreateDIBitmap(desktop.hdc, m_pBIH, CBM_INIT, pPixels, GetBI(), DIB_RGB_COLORS);
+}
+
+int PQel::CreateImage(HBITMAP hBitmap, HPALETTE hPal, int bDelete, int bForceBkgd) {
+  BITMAP record;
+  if (hBitmap == nullptr) return 0;
+  const HandedOver objects = {hBitmap, hPal, bDelete != 0};
+  if (GetObjectA(hBitmap, sizeof record, &record) != sizeof record) return 0;
+  const int nType = GetImageType(record.bmPlanes * record.bmBitsPixel);
+
+  RGBQUAD table[256];
+  int nColors = 0;
+  if (hPal != nullptr) {
+    nColors = GetColorNum(hPal);
+    GetPaletteRGBQuad(hPal, table);
+  }
+  const DesktopContext desktop;
+  const auto dotsPerMetre = [&](int nCapability) {
+    return static_cast<unsigned long>(desktop[nCapability]) * 5000 / 127;
+  };
+  if (!CreateImage(nType, record.bmWidth, record.bmHeight, nColors, nColors > 0 ? table : nullptr,
+                   dotsPerMetre(LOGPIXELSX), dotsPerMetre(LOGPIXELSY), 1, 0, 0))
+    return 0;
+  unsigned char *const pPixels = xGetPixels();
+  CPalette palette;
+  palette.Attach(GetPalette(nullptr));
+  const qel::display::SelectedPalette selected(desktop.hdc, palette, bForceBkgd);
+  GetDIBits(desktop.hdc, hBitmap, 0, static_cast<UINT>(m_lHeight), pPixels, GetBI(), DIB_RGB_COLORS);
+  return 1;
+}
