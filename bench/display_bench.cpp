@@ -1,4 +1,6 @@
-// Display diffusion of a 24-bit picture 1920 pixels wide, row by row, beside the plain loop over pixels.
+// Display: its diffusion of a 24-bit picture 1920 pixels wide, row by row, beside the plain loop over pixels; a picture
+// of 12 megapixels shown in a window of 1920 x 1080 beside a copy of the window's pixels, and beside the diffusion
+// alone.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -6,6 +8,7 @@
 
 #include "pair.h"
 #include "qel/lines/display_diffuse.h"
+#include "qel/qel.h"
 
 namespace {
 
@@ -73,7 +76,64 @@ void Rows(Setting &s, Line line) {
   }
 }
 
+// Windows ------------------------------------------------------------------------------------------------------------
+
+struct Desk {
+  PQel image;
+  PScrbase screen;
+  HWND hWnd;
+  HDC hdc;
+
+  explicit Desk(int nBits) {
+    SetScreenMode({nBits, 1, 1920, 1080, 96, 96});
+    image.CreateImage(1, 4096, 3072, 0, nullptr, 0, 0, 1, 0, 0);
+    const Setting setting;
+    for (long y = 0; y < 3072; ++y)
+      for (long x = 0; x < 4096; x += 1024)
+        image.PutHorLine(x, x + 1023, y,
+                         const_cast<unsigned char *>(setting.picture.data()) + 3 * kWidth * (y % kHeight));
+    screen.DoInitial();
+    hWnd = CreateSurfaceWindow(1920, 1080);
+    hdc = GetDC(hWnd);
+    SetScreenMode({32, 1, 1920, 1080, 96, 96});
+  }
+  ~Desk() {
+    ReleaseDC(hWnd, hdc);
+    DestroyWindow(hWnd);
+  }
+
+  void Show() {
+    CPoint scroll(300, 200);
+    CRect update(0, 0, 1920, 1080);
+    screen.ShowImage(&image, scroll, hWnd, update, 1, hdc);
+  }
+};
+
+void AddWindows() {
+  bench::AddPair(
+      {"ShowImage/24 bits on 32 : memcpy of the window", 4.0, 4 * 1920 * 1080, [] {
+         const auto desk = std::make_shared<Desk>(32);
+         const auto from = std::make_shared<Bytes>(4 * 1920 * 1080), to = std::make_shared<Bytes>(from->size());
+         return bench::Works{bench::Repeat([desk] { desk->Show(); }),
+                             bench::Repeat([from, to] { bench::PlainCopy(to->data(), from->data(), from->size()); })};
+       }});
+  bench::AddPair({"ShowImage/24 bits on 8 : Diffuse1Line", 1.3, 4 * 1920 * 1080, [] {
+                    const auto desk = std::make_shared<Desk>(8);
+                    const auto s = std::make_shared<Setting>();
+                    return bench::Works{bench::Repeat([desk] { desk->Show(); }), bench::Repeat([desk, s] {
+                                          for (long y = 0; y < 1080; ++y) {
+                                            desk->screen.Diffuse1Line(
+                                                s->indices.data(), s->picture.data() + 3 * kWidth * (y % kHeight),
+                                                s->current.data(), s->next.data(), s->map.data(), nullptr,
+                                                s->screen.data(), 24, 8, static_cast<int>(kWidth));
+                                            s->current.swap(s->next);
+                                          }
+                                        })};
+                  }});
+}
+
 const bench::PairsAtStart kPairs([] {
+  AddWindows();
   bench::AddPair({"Diffuse1Line", 0.75, static_cast<std::size_t>(3 * kWidth * kHeight), [] {
                     const auto s = std::make_shared<Setting>();
                     return bench::Works{
