@@ -1,7 +1,7 @@
 # Installs a build into a scratch prefix and uses it as a stranger would: every header compiled alone, the example built
 # through find_package and through pkg-config, and run; the installed command line run from where it lies, with its data.
 #
-# cmake -DBUILD=... -DEXAMPLE=... -DSCRATCH=... -DCXX=... -P check_install.cmake
+# cmake -DBUILD=... -DEXAMPLE=... -DCODECS=ON|OFF -DSCRATCH=... -DCXX=... -P check_install.cmake
 
 cmake_minimum_required(VERSION 3.22)
 
@@ -71,6 +71,16 @@ run_example("${SCRATCH}/hello-pkg-config")
 run(text "${moved}/bin/qel" info "${SCRATCH}/hello.bmp")
 if(NOT text MATCHES "256 x 128 pixels, bottom-up")
   message(FATAL_ERROR "the installed command line said: ${text}")
+endif()
+
+# And the format libraries, by content.
+if(CODECS)
+  run(text "${moved}/bin/qel" convert "${SCRATCH}/hello.bmp" "${SCRATCH}/hello.png")
+  file(RENAME "${SCRATCH}/hello.png" "${SCRATCH}/hello.jpg")
+  run(text "${moved}/bin/qel" info "${SCRATCH}/hello.jpg")
+  if(NOT text MATCHES "format +PNG\n +size +256 x 128 pixels")
+    message(FATAL_ERROR "the installed command line said: ${text}")
+  endif()
 endif()
 
 # And the maps to the standard palettes, without which it would say so.
