@@ -1,6 +1,9 @@
 // Plain loops, in forms that the compiler turns into vector code where it pays.
 #include "codecs/common/pixel_lines.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace qel::codecs {
 
 void CmykTo24(unsigned char *dst, const unsigned char *src, long n, bool inverted) {
@@ -19,6 +22,57 @@ void CrumbsToNibbles(unsigned char *dst, const unsigned char *src, long n, int f
   for (long i = (n + 1) / 2 - 1; i >= 0; --i) {
     const int pair = i % 2 == 0 ? src[i / 2] >> 4 : src[i / 2] & 15;
     dst[i] = static_cast<unsigned char>(((pair >> 2) << 4 | (pair & 3)) * factor);
+  }
+}
+
+void SwapRedAndBlue24(unsigned char *dst, const unsigned char *src, long n) {
+  for (long i = 0; i < n; ++i)
+    for (long channel = 0; channel < 3; ++channel) dst[3 * i + channel] = src[3 * i + 2 - channel];
+}
+
+void SwapRedAndBlue32(unsigned char *dst, const unsigned char *src, long n) {
+  for (long i = 0; i < n; ++i) {
+    std::uint32_t pixel;
+    std::memcpy(&pixel, src + 4 * i, 4);
+    pixel = (pixel & 0xFF00FF00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
+    std::memcpy(dst + 4 * i, &pixel, 4);
+  }
+}
+
+void Gray16To48(unsigned char *dst, const unsigned char *src, long n, int samples) {
+  for (long i = 0; i < n; ++i)
+    for (long channel = 0; channel < 3; ++channel) std::memcpy(dst + 6 * i + 2 * channel, src + 2 * samples * i, 2);
+}
+
+void Rgb16To48(unsigned char *dst, const unsigned char *src, long n, int samples) {
+  for (long i = 0; i < n; ++i)
+    for (long channel = 0; channel < 3; ++channel)
+      std::memcpy(dst + 6 * i + 2 * channel, src + 2 * (samples * i + 2 - channel), 2);
+}
+
+void PutChannel(unsigned char *dst, const unsigned char *src, long n, int step) {
+  for (long i = 0; i < n; ++i) dst[step * i] = src[i];
+}
+
+void PutChannel16(unsigned char *dst, const unsigned char *src, long n) {
+  for (long i = 0; i < n; ++i) std::memcpy(dst + 6 * i, src + 2 * i, 2);
+}
+
+void RasterToPixels(unsigned char *dst, const std::uint32_t *src, long n, long step, int bytes) {
+  for (long i = 0; i < n; ++i, dst += bytes) {
+    const std::uint32_t pixel = src[i * step];
+    for (int channel = 0; channel < 3; ++channel)
+      dst[channel] = static_cast<unsigned char>(pixel >> (16 - 8 * channel));
+    if (bytes == 4) dst[3] = static_cast<unsigned char>(pixel >> 24);
+  }
+}
+
+void DivideByAlpha(unsigned char *line, long n) {
+  for (long i = 0; i < n; ++i, line += 4) {
+    const unsigned alpha = line[3];
+    if (alpha == 0) continue;
+    for (long channel = 0; channel < 3; ++channel)
+      line[channel] = static_cast<unsigned char>(std::min((line[channel] * 255u + alpha / 2) / alpha, 255u));
   }
 }
 

@@ -2,6 +2,8 @@
 // qel/lines/convert.h. Lines and `n` are as there.
 #pragma once
 
+#include <cstdint>
+
 namespace qel::codecs {
 
 /// Cyan, magenta, yellow, black as amounts of ink, or (`inverted`) as amounts of light, to 24 bits.
@@ -9,6 +11,26 @@ void CmykTo24(unsigned char *dst, const unsigned char *src, long n, bool inverte
 
 /// 2-bit pixels to 4-bit ones, each times `factor` (1 or 5). The lines may start at the same byte.
 void CrumbsToNibbles(unsigned char *dst, const unsigned char *src, long n, int factor);
+
+/// Red, green, blue and blue, green, red, with a fourth byte that stays or without: each to the other.
+void SwapRedAndBlue24(unsigned char *dst, const unsigned char *src, long n);
+void SwapRedAndBlue32(unsigned char *dst, const unsigned char *src, long n);
+
+/// Pixels of `samples` words, low byte first, to 48 bits: their first word three times, or their first three (red,
+/// green, blue; of three words this is its own reverse).
+void Gray16To48(unsigned char *dst, const unsigned char *src, long n, int samples);
+void Rgb16To48(unsigned char *dst, const unsigned char *src, long n, int samples);
+
+/// One channel of n pixels: bytes that stand `step` apart in the line, or words of 48-bit pixels.
+void PutChannel(unsigned char *dst, const unsigned char *src, long n, int step);
+void PutChannel16(unsigned char *dst, const unsigned char *src, long n);
+
+/// Pixels of 3 or 4 bytes from numbers with red in the low byte, `step` of them apart.
+void RasterToPixels(unsigned char *dst, const std::uint32_t *src, long n, long step, int bytes);
+
+/// Makes 32-bit pixels whose colours are multiplied by their fourth byte such as are not: each channel c becomes
+/// c x 255 / alpha, rounded, at most 255; with an alpha of 0 it stays.
+void DivideByAlpha(unsigned char *line, long n);
 
 /// 48-bit pixels to 24 bits by the high byte of each channel, so that the fine steps of a deep picture are dropped.
 void HighBytesOf48(unsigned char *dst, const unsigned char *src, long n);

@@ -12,6 +12,7 @@ namespace {
 using Returns = std::map<int, int>;
 const Returns kPng = {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 1}, {7, 1}, {8, 8}, {9, 9}};
 const Returns kGif = {{0, 0}, {2, 2}, {3, 3}, {4, 4}, {5, 5}};
+const Returns kTiff = kPng;
 const Returns kWebp = {{0, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {7, 1}, {8, 8}, {9, 1}};
 
 class RoundTrip : public PictureTest {
@@ -53,6 +54,9 @@ TEST_F(RoundTrip, Png) {
 }
 TEST_F(RoundTrip, Gif) {
   Check("gif", kGif);
+}
+TEST_F(RoundTrip, Tiff) {
+  Check("tif", kTiff);
 }
 TEST_F(RoundTrip, Webp) {
   Check("webp", kWebp);
