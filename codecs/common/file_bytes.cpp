@@ -1,6 +1,7 @@
 // Buffered bytes of files. A read or write that a signal interrupts goes on.
 #include "codecs/common/file_bytes.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,6 +47,12 @@ std::size_t FileReader::Next(const unsigned char **data) {
   const std::size_t bytes = m_end - m_at;
   m_at = m_end;
   return bytes;
+}
+
+std::size_t FileReader::Size() const {
+  struct stat status;
+  const bool known = fstat(m_nFile, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+  return known ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
 void FileReader::Skip(std::size_t bytes) {

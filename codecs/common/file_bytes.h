@@ -18,6 +18,9 @@ class FileReader {
   /// Hands out the bytes that follow, as many as one read brings, in a buffer of the reader's; 0 at the end.
   std::size_t Next(const unsigned char **data);
 
+  /// Bytes of the whole file; 0 for what is none of a fixed size.
+  std::size_t Size() const;
+
   /// Passes over bytes.
   void Skip(std::size_t bytes);
 

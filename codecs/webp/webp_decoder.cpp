@@ -1,4 +1,4 @@
-// WebP files into rows, through libwebp, which decodes straight into the store while the file comes in.
+// WebP files into rows, through libwebp, which decodes straight into the store.
 #include <webp/decode.h>
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 namespace qel::codecs {
 namespace {
 
+constexpr std::size_t kSteps = 8;  // in which the bytes go to the decoder, so that it can be stopped
 constexpr char kEndsEarly[] = "the file ends early";
 
 const char *StatusText(VP8StatusCode status) {
@@ -69,13 +70,19 @@ bool WebpDecoder::ReadInfo(PictureInfo &info) {
 }
 
 VP8StatusCode WebpDecoder::xDecode(WebPIDecoder *decoder, const PixelRows &rows, const Progress &progress) {
-  VP8StatusCode status;
-  do {
-    status = WebPIUpdate(decoder, m_bytes.data(), m_bytes.size());
+  // A picture's file is never larger than this; one that says so is read as far as it goes.
+  constexpr std::size_t kLargestFile = std::size_t{1} << 32;
+  m_bytes.reserve(std::min(m_reader.Size(), kLargestFile));
+  while (m_bytes.size() < kLargestFile && xReadMore()) continue;
+  const std::size_t step = m_bytes.size() / kSteps + 1;
+  VP8StatusCode status = VP8_STATUS_SUSPENDED;
+  for (std::size_t given = step; status == VP8_STATUS_SUSPENDED; given += step) {
+    status = WebPIUpdate(decoder, m_bytes.data(), std::min(given, m_bytes.size()));
     int lastRow = 0;
     if (WebPIDecGetRGB(decoder, &lastRow, nullptr, nullptr, nullptr) != nullptr) m_rowsRead = lastRow;
     if (progress(m_rowsRead, rows.height)) return VP8_STATUS_USER_ABORT;
-  } while (status == VP8_STATUS_SUSPENDED && xReadMore());
+    if (given >= m_bytes.size()) break;
+  }
   return status;
 }
 
