@@ -39,12 +39,14 @@ class Broken : public PictureTest, public testing::WithParamInterface<std::tuple
 
 TEST_P(Broken, EveryPrefix) {
   const std::vector<unsigned char> whole = MakeFile(type);
+  ASSERT_FALSE(whole.empty());
   for (std::size_t length = 0; length < whole.size(); length += 1 + whole.size() / 200)
     Open({whole.begin(), whole.begin() + static_cast<long>(length)});
 }
 
 TEST_P(Broken, RandomBytes) {
   const std::vector<unsigned char> whole = MakeFile(type);
+  ASSERT_FALSE(whole.empty());
   for (int round = 0; round < 200; ++round) {
     std::vector<unsigned char> bytes = whole;
     // Half of the damage goes into the headers.
