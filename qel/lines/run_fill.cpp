@@ -1,8 +1,7 @@
 // Fills of a line with a repeated unit.
 //
-// Three vectors hold a whole number of units of 2, 3, 4 and 6 bytes, whatever a vector's width. So a long fill writes
-// one pattern of three vectors over and over (Highway); a short one is done unit by unit before a pattern would be
-// made.
+// Three words of 8 bytes hold a whole number of units of 2, 3, 4 and 6 bytes, and so do three vectors of any width. A
+// short fill writes three words over and over, a long one a pattern of three vectors (Highway).
 #include "qel/lines/run_fill.h"
 
 #include <algorithm>
@@ -58,19 +57,36 @@ HWY_EXPORT(FillPattern);
 namespace {
 
 constexpr unsigned long kPatternBytes = 240;  // three vectors of 64 bytes from any of the first 48
-constexpr unsigned long kShortBytes = 96;
+constexpr unsigned long kShortBytes = 384;    // a pattern is made in the time of a fill of this length
 
-/// Fills with the low kUnit bytes of a value.
+/// Bytes 8k to 8k + 7 of a fill with the low kUnit bytes of a value.
+template <unsigned long kUnit>
+constexpr std::uint64_t FillWord(std::uint64_t value, unsigned long k) {
+  value &= (std::uint64_t{1} << 8 * kUnit) - 1;
+  const unsigned long skipped = 8 * k % kUnit;
+  std::uint64_t word = value >> 8 * skipped;
+  for (unsigned long i = kUnit - skipped; i < 8; i += kUnit) word |= value << 8 * i;
+  return word;
+}
+
 template <unsigned long kUnit>
 inline void FillRun(unsigned char *dst, std::uint64_t value, unsigned long count) {
-  static_assert(kPatternBytes % kUnit == 0);
   const unsigned long bytes = count * kUnit;
+  const std::uint64_t words[] = {FillWord<kUnit>(value, 0), FillWord<kUnit>(value, 1), FillWord<kUnit>(value, 2)};
+  const auto put = [words](unsigned char *to) {  // word by word: a vector of them would wait for their stores
+    for (int k = 0; k < 3; ++k) std::memcpy(to + 8 * k, &words[k], 8);
+  };
+  if (bytes < sizeof words) {
+    for (unsigned long i = 0; i < bytes; i += kUnit) std::memcpy(dst + i, &value, kUnit);
+    return;
+  }
   if (bytes < kShortBytes) {
-    for (unsigned long i = 0; i < count; ++i) std::memcpy(dst + i * kUnit, &value, kUnit);
+    for (unsigned long i = 0; i + sizeof words < bytes; i += sizeof words) put(dst + i);
+    put(dst + bytes - sizeof words);
     return;
   }
   unsigned char pattern[kPatternBytes];
-  for (unsigned long i = 0; i < kPatternBytes / kUnit; ++i) std::memcpy(pattern + i * kUnit, &value, kUnit);
+  for (unsigned long i = 0; i < kPatternBytes; i += sizeof words) put(pattern + i);
   unsigned long done = HWY_DYNAMIC_DISPATCH(FillPattern)(dst, pattern, bytes);
   while (done < bytes) {
     const unsigned long part = std::min(bytes - done, 192ul);
