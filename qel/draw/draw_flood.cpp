@@ -13,7 +13,7 @@ namespace {
 using qel::lines::BoxTest;
 using qel::lines::ColorBox;
 
-constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255;
+constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255, kGlobalMemory = 1;
 
 BoxTest BoxAround(const unsigned char *pColor, int nTolerance) {
   ColorBox box;
@@ -28,23 +28,26 @@ BoxTest BoxAround(const unsigned char *pColor, int nTolerance) {
 class Rows {
  public:
   /// `bColors`: 24-bit pixels, else the image's own bits.
-  Rows(PQel &image, bool bColors)
-      : m_image(image),
-        m_bColors(bColors),
-        m_bStored((!bColors || image.GetImageType() == kTrueColor) &&
-                  image.xGetStoredSpan(0, image.GetImageWidth(), 0) != nullptr) {}
+  Rows(PQel &image, bool bColors) : m_image(image), m_bColors(bColors) {
+    if (bColors && image.GetImageType() != kTrueColor) return;
+    m_pStored = image.xGetStoredSpan(0, image.GetImageWidth(), 0);
+    const bool bFixed = m_pStored != nullptr && image.GetMemType() == kGlobalMemory;  // all of it is committed
+    if (bFixed) m_lRowBytes = image.GetBIH()->biHeight < 0 ? image.GetLineBytes() : -image.GetLineBytes();
+  }
 
-  bool IsStored() const { return m_bStored; }
+  bool IsStored() const { return m_pStored != nullptr; }
 
   bool Alloc(long lWidth) {
     return m_line.AllocMemory(GHND, static_cast<unsigned long>(m_bColors ? 3 * lWidth + 4 : lWidth / 8 + 8)) != nullptr;
   }
 
-  /// Pixels x1 .. x2 of row y, from a place whose column is *pFrom; null when they cannot be read. Bits of the store
-  /// start at the row's first column.
+  /// Pixels x1 .. x2 of row y, from a place whose column is *pFrom; null when they cannot be read. Rows of the store
+  /// start at the first column.
   unsigned char *Get(long x1, long x2, long y, long *pFrom) {
-    *pFrom = m_bStored ? 0 : x1;
-    if (m_bStored) return m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y);
+    *pFrom = 0;
+    if (m_lRowBytes != 0) return m_pStored + y * m_lRowBytes;
+    if (IsStored()) return m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y);
+    *pFrom = x1;
     unsigned char *const pLine = m_line.GetPointer();
     return (m_bColors ? m_image.Get24bitHorLine(x1, x2, y, pLine, nullptr) : m_image.GetHorLine(x1, x2, y, pLine))
                ? pLine
@@ -54,7 +57,8 @@ class Rows {
  private:
   PQel &m_image;
   bool m_bColors;
-  bool m_bStored;
+  unsigned char *m_pStored = nullptr;  // row 0
+  long m_lRowBytes = 0;                // to the next row down, where that is known
   PMem m_line;
 };
 
