@@ -9,13 +9,29 @@ namespace qel::lines {
 
 // Indices ------------------------------------------------------------------------------------------------------------
 
+namespace {
+
+// Several indices in each byte: whole bytes at once, single ones before and behind them.
+template <int bits>
+void UnpackIndices(Pixel *dst, const BYTE *src, long x, long n, const Pixel *table) {
+  constexpr int kPerByte = 8 / bits, kMask = (1 << bits) - 1;
+  const auto at = [=](long i) { return table[src[i / kPerByte] >> (kPerByte - 1 - i % kPerByte) * bits & kMask]; };
+  const long lEnd = x + n;
+  for (; x < lEnd && x % kPerByte != 0; ++x) *dst++ = at(x);
+  for (; x + kPerByte <= lEnd; x += kPerByte, dst += kPerByte)
+    for (int k = 0; k < kPerByte; ++k) dst[k] = table[src[x / kPerByte] >> (kPerByte - 1 - k) * bits & kMask];
+  for (; x < lEnd; ++x) *dst++ = at(x);
+}
+
+}  // namespace
+
 void IndicesToPixels(Pixel *dst, const BYTE *src, int bits, long x, long n, const Pixel *table) {
   if (bits == 8) {
     for (long i = 0; i < n; ++i) dst[i] = table[src[x + i]];
   } else if (bits == 4) {
-    for (long i = 0; i < n; ++i, ++x) dst[i] = table[src[x / 2] >> (x & 1 ? 0 : 4) & 15];
+    UnpackIndices<4>(dst, src, x, n, table);
   } else {
-    for (long i = 0; i < n; ++i, ++x) dst[i] = table[src[x / 8] >> (7 - (x & 7)) & 1];
+    UnpackIndices<1>(dst, src, x, n, table);
   }
 }
 

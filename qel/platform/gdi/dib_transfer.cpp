@@ -79,6 +79,22 @@ void WriteTable(BITMAPINFO *pInfo, const DibFormat &format, UINT nUsage, const E
 
 // Lines to pixels and back -------------------------------------------------------------------------------------------
 
+bool IsHighColour(const DibFormat &format, std::uint32_t red, std::uint32_t green) {
+  return format.nBits == 16 && format.words.red.mask == red && format.words.green.mask == green &&
+         format.words.blue.mask == 0x1F;
+}
+
+// 5-5-5 and 5-6-5 words have line functions of their own.
+void ReadHighColour(Pixel *pLine, const BYTE *pSrc, int nCount, void (*to24)(BYTE *, const BYTE *, long)) {
+  constexpr int kPiece = 1024;
+  BYTE piece[3 * kPiece];
+  for (int i = 0; i < nCount; i += kPiece) {
+    const int n = std::min(kPiece, nCount - i);
+    to24(piece, pSrc + 2 * i, n);
+    Rgb24ToPixels(pLine + i, piece, n);
+  }
+}
+
 void ReadLine(Pixel *pLine, const BYTE *pSrc, const DibFormat &format, int nCount, const Pixel *pTable) {
   if (format.nBits <= 8) {
     lines::IndicesToPixels(pLine, pSrc, format.nBits, 0, nCount, pTable);
@@ -86,6 +102,10 @@ void ReadLine(Pixel *pLine, const BYTE *pSrc, const DibFormat &format, int nCoun
     Rgb24ToPixels(pLine, pSrc, nCount);
   } else if (format.nBits == 32 && !format.bMasks) {
     lines::Rgb32ToPixels(pLine, pSrc, nCount);
+  } else if (IsHighColour(format, 0x7C00, 0x03E0)) {
+    ReadHighColour(pLine, pSrc, nCount, lines::Rgb555To24);
+  } else if (IsHighColour(format, 0xF800, 0x07E0)) {
+    ReadHighColour(pLine, pSrc, nCount, lines::Rgb565To24);
   } else {
     lines::WordsToPixels(pLine, pSrc, format.nBits / 8, nCount, format.words);
   }
