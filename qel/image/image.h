@@ -7,7 +7,7 @@
 //   fileio/       DIB files, mask files, format libraries
 //   convert/      whole images of one format into another
 //   geometry/     turns, mirrors, rescaling, free rotation
-//   ops/          whole-image operations, layers, blur, masks and borders
+//   ops/          whole-image operations, layers, blur, masks and borders, text
 //   draw/         raster primitives
 //   display/      images in device contexts, device-dependent bitmaps
 //
@@ -25,6 +25,7 @@
 #include "qel/platform/mfc/rect.h"
 #include "qel/platform/types.h"
 
+class CFont;
 class PPointArray;
 class PQel;
 
@@ -445,6 +446,13 @@ class QEL_API PQel : public CObject {
 
   /// Moves a gray line by (256 - |nShift|) / 256 of a pixel toward higher indices, in place. 0 or above 256: none.
   static void SlantGrayLine(int nShift, BYTE *pLine, int nCount);
+
+  // Text (ops/text.cpp) ----------------------------------------------------------------------------------------------
+
+  /// Draws a line of text in a solid colour, centred in a rectangle (null: the whole image) and cut there. The font is
+  /// drawn nScale times as large and reduced: 1 gives hard edges, more smooths them. dwColor is as for Clear. 0, and
+  /// nothing changed: an empty image, text or rectangle, no font, a scale below 1, and when memory is short.
+  int DrawTextA(const char *pszText, RECT *pRect, CFont *pFont, DWORD dwColor, int nScale);
 
   // Raster primitives (draw/runs.cpp, draw/rectangle.cpp, draw/ellipse.cpp, draw/quadrilateral.cpp) ------------------
   //
