@@ -68,7 +68,9 @@ done
 "$qel" rotate "$picture" "out/$name-rotated.bmp" 15
 "$qel" blur "$picture" "out/$name-blurred.bmp" 3
 for extension in $("$qel" formats | awk '/write$/ { print $2 }'); do
-  "$qel" convert "$picture" "out/$name-file.$extension"
+  colours=()
+  [ "$extension" != gif ] || colours=(--method custom) # 256 of them at most
+  "$qel" convert "$picture" "out/$name-file.$extension" "${colours[@]}"
 done
 
 echo

@@ -45,6 +45,7 @@ TEST(Formats, WritesNothingThatItCannotWriteWhole) {
     std::string reason;
   } cases[] = {
       {{"convert", in}, "a.gifff", "'gifff' is the extension of no known format; written are "},
+      {{"convert", in}, "a.gif", "a GIF picture has at most 256 colours"},
       {{"resize", in, "40000x1"}, "a.png", "only BMP files hold sides above 32767 pixels"},
       {{"resize", in, "22000x1"}, "a.msk", "mask files hold no rows of more than 65535 bytes"},
       {{"resize", in, "20000x1"}, "a.webp", "the picture is too large for WebP"},

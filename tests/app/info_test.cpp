@@ -77,7 +77,7 @@ TEST(Info, SaysInOneLineWhyAFileIsNotRead) {
   const Case cases[] = {
       {"is no picture of a known format", ""},
       {"is no picture of a known format",
-       "GIF89a and more, enough bytes for every header that there is in such a file"},
+       "GIB89a and more, enough bytes for every header that there is in such a file"},
       {"is cut short within its headers", Pack(DibFile()).substr(0, 17)},
       {"is cut short within its headers", Pack(DibFile()).substr(0, 53)},
       {"is cut short within its headers", With([](DibFile &h) { h.bits = 4; })},
