@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 
+#include "qel/draw/coordinates.h"
 #include "qel/draw/draw.h"
 
 void PQelDraw::xKeepRows(long *pTop, long *pBottom) const {
@@ -41,14 +42,16 @@ int PQelDraw::FillTriangle(CPoint pt1, CPoint pt2, CPoint pt3) {
 
 int PQelDraw::xGetIntersection(CPoint pt1, CPoint pt2, CPoint pt3, long y, long &xMin, long &xMax) {
   xMin = INT_MAX;
-  xMax = INT_MIN;
+  xMax = -INT_MAX;
   const auto add = [&](long x) { xMin = std::min(xMin, x), xMax = std::max(xMax, x); };
   const CPoint corners[] = {pt1, pt2, pt3, pt1};
   for (int i = 0; i < 3; ++i) {
     const CPoint &a = corners[i], &b = corners[i + 1];
     if (a.y == y) add(a.x);
-    if ((a.y < y && y < b.y) || (b.y < y && y < a.y))
-      add((y - a.y) * (static_cast<long>(b.x) - a.x) / (static_cast<long>(b.y) - a.y) + a.x);
+    if ((a.y < y && y < b.y) || (b.y < y && y < a.y)) {
+      const qel::draw::Wide way = qel::draw::Wide{y - a.y} * (static_cast<long>(b.x) - a.x);
+      add(static_cast<long>(way / (static_cast<long>(b.y) - a.y)) + a.x);
+    }
   }
   return xMin <= xMax;
 }

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <deque>
 #include <random>
 #include <set>
 #include <vector>
 
+#include "qel/draw/coordinates.h"
 #include "qel/qel.h"
 #include "support/pixels.h"
 
@@ -227,12 +229,14 @@ TEST(Fills, PolygonsFollowTheEvenOddRule) {
     Canvas canvas(1, 50, 40);
     const int nCount = 3 + static_cast<int>(random() % 12);
     std::vector<POINT> points;
+    const bool bFar = round % 4 == 3;  // corners all over the plane
     for (int i = 0; i < nCount; ++i)
-      points.push_back({static_cast<int>(random() % 70) - 10, static_cast<int>(random() % 12) * 5 - 10});
+      points.push_back({bFar ? static_cast<int>(random()) : static_cast<int>(random() % 70) - 10,
+                        bFar && i % 2 ? static_cast<int>(random()) : static_cast<int>(random() % 12) * 5 - 10});
     points.push_back(points[0]);
     canvas.draw.FillPolygon(points.data(), nCount);
     std::vector<Runs::Run> expected;
-    int top = 1000, bottom = -1000;
+    int top = INT_MAX, bottom = INT_MIN;
     for (int i = 0; i < nCount; ++i) {
       const POINT &p = points[static_cast<std::size_t>(i)], &q = points[static_cast<std::size_t>(i) + 1];
       if (p.y == q.y) expected.push_back({std::min(p.x, q.x), std::max(p.x, q.x), p.y});
@@ -244,7 +248,8 @@ TEST(Fills, PolygonsFollowTheEvenOddRule) {
         POINT u = points[static_cast<std::size_t>(i)], l = points[static_cast<std::size_t>(i) + 1];
         if (u.y > l.y) std::swap(u, l);
         if (u.y == l.y || y < u.y || y >= l.y) continue;
-        const long x = std::lround(u.x + static_cast<double>(l.x - u.x) * (y - u.y) / (l.y - u.y) - u.x) + u.x;
+        const qel::draw::Wide dy = static_cast<long>(l.y) - u.y, way = (static_cast<long>(l.x) - u.x) * (dy - l.y + y);
+        const long x = u.x + static_cast<long>((way > 0 ? way + dy / 2 : way - dy / 2) / dy);
         EXPECT_EQ(canvas.draw.xGetXPos(u, l, y), x);
         if (x != -1) crossings.push_back(x);
       }
@@ -277,6 +282,10 @@ TEST(Fills, EllipsesTrianglesAndFramesLieWhereTheirEquationsSay) {
                                            {1, 9, 9},   {0, 10, 10},  {3, 11, 11}, {6, 12, 12},
                                            {9, 13, 13}, {12, 14, 14}, {15, 15, 15}};
   EXPECT_EQ(canvas.draw.runs, expected);
+  canvas.draw.runs.clear();
+  canvas.draw.FillTriangle({INT_MIN, INT_MIN}, {INT_MAX, INT_MAX}, {INT_MIN, INT_MAX});
+  ASSERT_EQ(canvas.draw.runs.size(), 40U);
+  for (long y = 0; y < 40; ++y) EXPECT_EQ(canvas.draw.runs[static_cast<std::size_t>(y)], (Runs::Run{INT_MIN, y, y}));
 
   PPen pen;
   pen.SetShape(1, 2);
