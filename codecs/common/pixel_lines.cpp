@@ -50,12 +50,16 @@ void Rgb16To48(unsigned char *dst, const unsigned char *src, long n, int samples
       std::memcpy(dst + 6 * i + 2 * channel, src + 2 * (samples * i + 2 - channel), 2);
 }
 
-void PutChannel(unsigned char *dst, const unsigned char *src, long n, int step) {
-  for (long i = 0; i < n; ++i) dst[step * i] = src[i];
+void PutChannel(unsigned char *dst, int dstStep, const unsigned char *src, int srcStep, long n) {
+  for (long i = 0; i < n; ++i) dst[dstStep * i] = src[srcStep * i];
 }
 
 void PutChannel16(unsigned char *dst, const unsigned char *src, long n) {
   for (long i = 0; i < n; ++i) std::memcpy(dst + 6 * i, src + 2 * i, 2);
+}
+
+void FillAlternating(unsigned char *dst, long n, unsigned char even, unsigned char odd) {
+  for (long i = 0; i < n; ++i) dst[i] = i % 2 == 0 ? even : odd;
 }
 
 void RasterToPixels(unsigned char *dst, const std::uint32_t *src, long n, long step, int bytes) {

@@ -21,9 +21,12 @@ void SwapRedAndBlue32(unsigned char *dst, const unsigned char *src, long n);
 void Gray16To48(unsigned char *dst, const unsigned char *src, long n, int samples);
 void Rgb16To48(unsigned char *dst, const unsigned char *src, long n, int samples);
 
-/// One channel of n pixels: bytes that stand `step` apart in the line, or words of 48-bit pixels.
-void PutChannel(unsigned char *dst, const unsigned char *src, long n, int step);
+/// One channel of n pixels: bytes that stand so many bytes apart, or words of 48-bit pixels.
+void PutChannel(unsigned char *dst, int dstStep, const unsigned char *src, int srcStep, long n);
 void PutChannel16(unsigned char *dst, const unsigned char *src, long n);
+
+/// n bytes, in turn the one and the other.
+void FillAlternating(unsigned char *dst, long n, unsigned char even, unsigned char odd);
 
 /// Pixels of 3 or 4 bytes from numbers with red in the low byte, `step` of them apart.
 void RasterToPixels(unsigned char *dst, const std::uint32_t *src, long n, long step, int bytes);

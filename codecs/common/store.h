@@ -35,6 +35,11 @@ inline std::size_t RowBytes(const PixelRows &rows) {
   return (static_cast<std::size_t>(rows.width) * static_cast<std::size_t>(rows.bit_count) + 7) / 8;
 }
 
+/// The same rows with the bottom one first.
+inline PixelRows UpsideDown(const PixelRows &rows) {
+  return {rows.Row(rows.height - 1), -rows.stride, rows.width, rows.height, rows.bit_count};
+}
+
 /// Sets whole rows from row y on to 0, padding included: those that a broken file did not bring.
 void ClearRowsFrom(const PixelRows &rows, long y);
 

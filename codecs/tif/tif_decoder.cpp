@@ -81,7 +81,7 @@ void TiffDecoder::xPut(const PixelRows &rows, unsigned char *row, long x, const 
     const int place = m_plane < 3 ? 2 - m_plane : m_plane;
     const int channels = m_layout.type == 8 ? 4 : 3;
     if (m_layout.bits == 8)
-      PutChannel(dst + place, src, n, channels);
+      PutChannel(dst + place, channels, src, 1, n);
     else
       PutChannel16(dst + 2 * place, src, n);
     return;
@@ -260,8 +260,7 @@ bool TiffDecoder::xRead(const PixelRows &rows, const Progress &progress) {
 bool TiffDecoder::ReadPixels(const PixelRows &rows, const Progress &progress) {
   ClearRowsFrom(rows, 0);
   const bool isUpsideDown = m_layout.pixels != TiffPixels::kRaster && m_layout.orientation == ORIENTATION_BOTLEFT;
-  const PixelRows stored =
-      isUpsideDown ? PixelRows{rows.Row(rows.height - 1), -rows.stride, rows.width, rows.height, rows.bit_count} : rows;
+  const PixelRows stored = isUpsideDown ? UpsideDown(rows) : rows;
   const bool isWhole = xRead(stored, progress);
   if (m_layout.is_associated)
     for (long y = 0; y < rows.height; ++y) DivideByAlpha(rows.Row(y), rows.width);

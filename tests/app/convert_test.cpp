@@ -58,13 +58,14 @@ TEST(Convert, ReadsWhatOtherProgramsWrote) {
   if (!data) GTEST_SKIP() << "QEL_TEST_DATA names no folder of pictures";
   const test::Scratch scratch;
   const std::string to = scratch / "to.bmp";
+  const bool hasLibraries = Qel({"formats"}).out.find("PNG") != std::string::npos;
   int read = 0;
   for (const auto &entry : std::filesystem::recursive_directory_iterator(data)) {
     if (entry.path().extension() != ".bmp") continue;
     const std::string from = entry.path().string();
     const std::string name = entry.path().filename().string();
     const auto outcome = Convert(from, to, {"--store", "reserved", "--layout", "block"});
-    if (name.find("rle") != std::string::npos || name == "pal8os2.bmp") {
+    if (!hasLibraries && (name.find("rle") != std::string::npos || name == "pal8os2.bmp")) {
       EXPECT_EQ(outcome.status, 1) << name;
       EXPECT_FALSE(std::filesystem::exists(to)) << name;
       continue;

@@ -1,8 +1,7 @@
 // Other programs as judges: pictures of a well-known collection of bitmap files against their PNG neighbours, decoded
 // by libpng; and files that the engine writes, read by ImageMagick.
-#include <map>
-
 #include "fileio/dib_bytes.h"
+#include "support/bmp_files.h"
 #include "support/png.h"
 
 namespace {
@@ -10,13 +9,6 @@ namespace {
 using namespace test;
 
 // Files of others ----------------------------------------------------------------------------------------------------
-
-/// The PNG that shows the picture of a file without one of its own name.
-const std::map<std::string, std::string> kNeighbours = {
-    {"pal1wb", "pal1"},      {"pal8-0", "pal8"},      {"pal8topdown", "pal8"}, {"pal8v4", "pal8"},
-    {"pal8v5", "pal8"},      {"rgb16bfdef", "rgb16"}, {"rgb24pal", "rgb24"},   {"rgb16-565pal", "rgb16-565"},
-    {"rgb32bfdef", "rgb24"}, {"rgb32", "rgb24"},
-};
 
 /// Read, but not as their picture: masks that are not the usual ones, a PNG of another scale.
 bool IsExempt(const std::string &stem) {
@@ -27,19 +19,12 @@ bool IsRefused(const std::string &stem) {
   return stem == "pal8os2" || stem.find("rle") != std::string::npos;
 }
 
-std::vector<std::filesystem::path> FilesOf(const std::string &folder) {
-  std::vector<std::filesystem::path> files;
-  for (const auto &entry : std::filesystem::directory_iterator(folder))
-    if (entry.path().extension() == ".bmp") files.push_back(entry.path());
-  return files;
-}
-
 class Pictures : public testing::TestWithParam<const char *> {};
 
 TEST_P(Pictures, ShowWhatTheirNeighboursShow) {
   const char *data = std::getenv("QEL_TEST_DATA");
   if (!data) GTEST_SKIP() << "QEL_TEST_DATA names no folder of pictures";
-  const std::vector<std::filesystem::path> files = FilesOf(std::string(data) + "/" + GetParam());
+  const std::vector<std::filesystem::path> files = BmpFilesOf(std::string(data) + "/" + GetParam());
   ASSERT_GE(files.size(), 3u);
   for (const auto &path : files) {
     const std::string stem = path.stem().string();
@@ -54,10 +39,8 @@ TEST_P(Pictures, ShowWhatTheirNeighboursShow) {
     EXPECT_TRUE(colours == 0 || image.GetBIH()->biClrUsed == colours);
     if (IsExempt(stem)) continue;
 
-    const auto neighbour = kNeighbours.find(stem);
     RgbImage expected;
-    ASSERT_TRUE(
-        ReadPng(path.parent_path() / ((neighbour == kNeighbours.end() ? stem : neighbour->second) + ".png"), expected));
+    ASSERT_TRUE(ReadPng(NeighbourOf(path), expected));
     ASSERT_EQ(image.GetImageWidth(), expected.width);
     ASSERT_EQ(image.GetImageHeight(), expected.height);
     EXPECT_LE(LargestDifference(ToRgb(image), expected.rgb), image.GetBitCount() == 16 ? 1 : 0);
