@@ -6,6 +6,7 @@
 
 namespace app {
 
+void AddBatch(CLI::App &app, int &status);
 void AddBlur(CLI::App &app, int &status);
 void AddBorder(CLI::App &app, int &status);
 void AddBounds(CLI::App &app, int &status);
