@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace qel::codecs {
 
@@ -12,83 +13,117 @@ namespace {
 constexpr DWORD kRuns8 = 1, kRuns4 = 2, kMasksWithAlpha = 6;
 constexpr BmpMasks k555 = {0x7C00, 0x3E0, 0x1F, 0};
 
-/// Sizes and kinds, from the information header.
-bool ParseInfo(const unsigned char *p, DWORD bytes, BmpHeader &header, DWORD &compression, DWORD &colors) {
-  const bool isCore = bytes == kCoreHeaderBytes;
-  compression = colors = 0;
-  if (isCore) {
-    header.width = LoadWord(p + 4);
-    header.height = LoadWord(p + 6);
-    header.bits = LoadWord(p + 10);
-  } else {
-    const DibInfo info = ParseInfoHeader(p);
-    header.width = info.lWidth;
-    header.is_top_down = info.lHeight < 0;
-    header.height = std::labs(long{info.lHeight});
-    header.bits = info.nBitCount;
-    compression = info.nCompression;
-    header.dpm_x = std::max(static_cast<LONG>(info.nDpmX), LONG{0});
-    header.dpm_y = std::max(static_cast<LONG>(info.nDpmY), LONG{0});
-    colors = info.nClrUsed;
+constexpr char kCutShort[] = "is cut short within its headers";
+
+/// Reads the fields of the headers one after another and tells what is wrong with them.
+class HeaderReader {
+ public:
+  HeaderReader(FileReader &reader, BmpHeader &header) : m_reader(reader), m_header(header) {}
+
+  bool Read() { return xReadInfo() && xReadMasks() && xReadTable(); }
+
+  std::string reason;  // when Read said false
+
+ private:
+  bool xFail(std::string words) {
+    reason = std::move(words);
+    return false;
   }
+  bool xTake(unsigned char *dst, std::size_t bytes) {
+    m_at += bytes;
+    return m_reader.Read(dst, bytes) == bytes || xFail(kCutShort);
+  }
+  bool xReadInfo();
+  bool xJudge(long height);
+  bool xReadMasks();
+  bool xReadTable();
+
+  FileReader &m_reader;
+  BmpHeader &m_header;
+  std::size_t m_at = 0;
+  DWORD m_size = 0, m_rowsAt = 0, m_compression = BI_RGB, m_colors = 0;
+  unsigned char m_info[kMostHeaderBytes] = {};
+};
+
+/// The file header and the information header.
+bool HeaderReader::xReadInfo() {
+  unsigned char file[kFileHeaderBytes];
+  if (!xTake(file, sizeof file) || !xTake(m_info, 4)) return false;
+  m_rowsAt = LoadDword(file + 10);
+  m_size = LoadDword(m_info);
+  if (file[0] != 'B' || file[1] != 'M' || !IsBmpHeaderSize(m_size)) return xFail("is no bitmap file");
+  if (!xTake(m_info + 4, m_size - 4)) return false;
+  if (m_size == kCoreHeaderBytes) {
+    m_header.width = LoadWord(m_info + 4);
+    m_header.bits = LoadWord(m_info + 10);
+    return xJudge(LoadWord(m_info + 6));
+  }
+  const DibInfo info = ParseInfoHeader(m_info);
+  m_header.width = info.lWidth;
+  m_header.bits = info.nBitCount;
+  m_header.dpm_x = std::max(static_cast<LONG>(info.nDpmX), LONG{0});
+  m_header.dpm_y = std::max(static_cast<LONG>(info.nDpmY), LONG{0});
+  m_compression = info.nCompression;
+  m_colors = info.nClrUsed;
+  return xJudge(info.lHeight);
+}
+
+/// Whether there is a picture of this kind and size; negative heights mean the top row first.
+bool HeaderReader::xJudge(long height) {
+  const int bits = m_header.bits;
+  m_header.height = std::labs(height);
+  m_header.is_top_down = height < 0;
+  m_header.is_packed = m_compression == kRuns8 || m_compression == kRuns4;
+  m_header.has_masks = m_compression == BI_BITFIELDS || m_compression == kMasksWithAlpha;
+  if (m_compression != BI_RGB && !m_header.is_packed && !m_header.has_masks)
+    return xFail("holds compressed rows, which are not read");
   constexpr int kBits[] = {1, 4, 8, 16, 24, 32};
-  return header.width > 0 && header.height > 0 &&
-         std::find(std::begin(kBits), std::end(kBits), header.bits) != std::end(kBits);
+  if (std::find(std::begin(kBits), std::end(kBits), bits) == std::end(kBits))
+    return xFail("has " + std::to_string(bits) + " bits a pixel, which is not read");
+  if (m_header.width < 1 || height == 0)
+    return xFail("has no size: " + std::to_string(m_header.width) + " x " + std::to_string(height) + " pixels");
+  if (m_header.is_packed && bits != (m_compression == kRuns8 ? 8 : 4)) return xFail("has packed rows of another depth");
+  if (m_header.has_masks && bits != 16 && bits != 32) return xFail("has channel masks without channels");
+  return true;
 }
 
-bool IsCompressionKnown(DWORD compression, BmpHeader &header) {
-  header.is_packed = compression == kRuns8 || compression == kRuns4;
-  if (header.is_packed) return header.bits == (compression == kRuns8 ? 8 : 4);
-  if (compression == BI_BITFIELDS || compression == kMasksWithAlpha) return header.bits == 16 || header.bits == 32;
-  return compression == BI_RGB;
+/// Masks lie in longer headers and behind those of the usual length.
+bool HeaderReader::xReadMasks() {
+  if (m_header.bits == 16) m_header.masks = k555;
+  if (!m_header.has_masks) return true;
+  const bool isWithin = m_size > kInfoHeaderBytes;
+  unsigned char masks[16] = {};
+  if (isWithin)
+    std::copy_n(m_info + kInfoHeaderBytes, sizeof masks, masks);  // 0 behind the end of a shorter header
+  else if (!xTake(masks, m_compression == kMasksWithAlpha ? 16 : 12))
+    return false;
+  m_header.masks = {LoadDword(masks), LoadDword(masks + 4), LoadDword(masks + 8), LoadDword(masks + 12)};
+  return true;
 }
 
-BmpMasks LoadMasks(const unsigned char *p, bool hasAlpha) {
-  return {LoadDword(p), LoadDword(p + 4), LoadDword(p + 8), hasAlpha ? LoadDword(p + 12) : 0};
+/// The table ends where the rows begin, whatever its count says.
+bool HeaderReader::xReadTable() {
+  if (m_header.bits <= 8) {
+    const std::size_t entryBytes = m_size == kCoreHeaderBytes ? 3 : 4;
+    const std::size_t most = std::size_t{1} << m_header.bits;
+    std::size_t count = m_colors == 0 ? most : std::min<std::size_t>(m_colors, most);
+    if (m_rowsAt > m_at) count = std::min(count, (m_rowsAt - m_at) / entryBytes);
+    unsigned char table[256 * 4];
+    if (!xTake(table, count * entryBytes)) return false;
+    for (const unsigned char *p = table; p < table + count * entryBytes; p += entryBytes)
+      m_header.palette.push_back({p[0], p[1], p[2], 0});
+  }
+  m_header.gap = m_rowsAt > m_at ? m_rowsAt - m_at : 0;
+  return true;
 }
 
 }  // namespace
 
 bool ReadBmpHeader(FileReader &reader, BmpHeader &header, std::string &error) {
-  unsigned char bytes[kFileHeaderBytes + kMostHeaderBytes] = {};
-  unsigned char *const info = bytes + kFileHeaderBytes;
-  error = "the file's headers are not sound";
-  std::size_t at = kFileHeaderBytes + 4;
-  if (reader.Read(bytes, at) != at || bytes[0] != 'B' || bytes[1] != 'M') return false;
-  const DWORD size = LoadDword(info);
-  if (!IsBmpHeaderSize(size) || reader.Read(info + 4, size - 4) != size - 4) return false;
-  at += size - 4;
-
-  DWORD compression, colors;
-  if (!ParseInfo(info, size, header, compression, colors)) return false;
-  if (!IsCompressionKnown(compression, header)) return error = "the file's compression is not supported", false;
-  if (header.bits == 16) header.masks = k555;
-  if (compression == BI_BITFIELDS || compression == kMasksWithAlpha) {
-    constexpr DWORD kMasksEnd = kInfoHeaderBytes + 12;
-    unsigned char behind[16];
-    const std::size_t behindBytes = size > kInfoHeaderBytes ? 0 : compression == kMasksWithAlpha ? 16 : 12;
-    if (reader.Read(behind, behindBytes) != behindBytes || (size > kInfoHeaderBytes && size < kMasksEnd)) return false;
-    at += behindBytes;
-    header.masks = behindBytes > 0 ? LoadMasks(behind, behindBytes == 16)
-                                   : LoadMasks(info + kInfoHeaderBytes, size >= kMasksEnd + 4);
-  }
-
-  // The table ends where the rows begin, whatever its count says.
-  const DWORD rowsAt = LoadDword(bytes + 10);
-  const std::size_t entryBytes = size == kCoreHeaderBytes ? 3 : 4;
-  if (header.bits <= 8) {
-    const std::size_t most = std::size_t{1} << header.bits;
-    std::size_t count = colors == 0 ? most : std::min<std::size_t>(colors, most);
-    if (rowsAt > at) count = std::min(count, (rowsAt - at) / entryBytes);
-    unsigned char table[256 * 4];
-    if (reader.Read(table, count * entryBytes) != count * entryBytes) return false;
-    at += count * entryBytes;
-    for (const unsigned char *p = table; p < table + count * entryBytes; p += entryBytes)
-      header.palette.push_back({p[0], p[1], p[2], 0});
-  }
-  header.gap = rowsAt > at ? rowsAt - at : 0;
-  error.clear();
-  return true;
+  HeaderReader headers(reader, header);
+  if (headers.Read()) return true;
+  error = headers.reason;
+  return false;
 }
 
 }  // namespace qel::codecs

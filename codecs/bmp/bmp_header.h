@@ -25,8 +25,9 @@ struct BmpHeader {
   long width = 0, height = 0;
   bool is_top_down = false;
   bool is_packed = false;  // runs of indices
-  int bits = 0;            // of a stored pixel
-  BmpMasks masks;          // of words of 16 and 32 bits; all 0 for plain rows of 32
+  bool has_masks = false;
+  int bits = 0;    // of a stored pixel
+  BmpMasks masks;  // of words of 16 and 32 bits; all 0 for plain rows of 32
   std::vector<RGBQUAD> palette;
   long dpm_x = 0, dpm_y = 0;
   std::size_t gap = 0;  // bytes between the reader's place and the rows
