@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kCallersShape = 100, kLibraryShape = 10, k256Grays = 5;
 constexpr long kSubPixels = 8, kSizeStep = 32, kThickness = 15;
+constexpr long kAngles[] = {135, 45, 0, 90};  // of the thin ellipses, shapes 2 to 5
 constexpr unsigned char kOutside = 255;
 
 }  // namespace
@@ -40,16 +41,10 @@ int PPen::xDrawShape(PQel *pImage, long lSize) {
       pImage->FillRect(&rc, 0);
       return 1;
     case 2:
-      pImage->FillEllipse(ptCenter, lSize, kThickness, 135, 0);
-      return 1;
     case 3:
-      pImage->FillEllipse(ptCenter, lSize, kThickness, 45, 0);
-      return 1;
     case 4:
-      pImage->FillEllipse(ptCenter, lSize, kThickness, 0, 0);
-      return 1;
     case 5:
-      pImage->FillEllipse(ptCenter, lSize, kThickness, 90, 0);
+      pImage->FillEllipse(ptCenter, lSize, kThickness, kAngles[m_nShape - 2], 0);
       return 1;
     default:
       return 0;
