@@ -220,7 +220,7 @@ TEST(Shields, ProtectWhatTheirRulesNameAndFollowThePicture) {
     ASSERT_TRUE(draw.IsSelect(&shield));
     const auto check = [&] {
       for (long y = 0; y < 11; ++y) {
-        unsigned char line[111], weights[37];
+        unsigned char line[112], weights[37];  // a row with its padding
         draw.GetHorLine(y, line);
         ASSERT_TRUE(shield.ReadMaskLine(0, 36, y, weights));
         for (long x = 0; x < 37; ++x) {
