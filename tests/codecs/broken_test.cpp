@@ -58,8 +58,9 @@ TEST_P(Broken, RandomBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Broken,
-                         testing::Values(std::tuple{"gif", 0}, std::tuple{"gif", 3}, std::tuple{"jpg", 1}, std::tuple{"jpg", 5}, std::tuple{"png", 1},
-                                         std::tuple{"png", 2}, std::tuple{"tif", 0}, std::tuple{"tif", 1},
-                                         std::tuple{"tif", 3}, std::tuple{"webp", 1}, std::tuple{"webp", 8}));
+                         testing::Values(std::tuple{"gif", 0}, std::tuple{"gif", 3}, std::tuple{"jpg", 1},
+                                         std::tuple{"jpg", 5}, std::tuple{"png", 1}, std::tuple{"png", 2},
+                                         std::tuple{"tif", 0}, std::tuple{"tif", 1}, std::tuple{"tif", 3},
+                                         std::tuple{"webp", 1}, std::tuple{"webp", 8}));
 
 }  // namespace

@@ -119,7 +119,7 @@ TEST_F(RoundTrip, StoresThatAreTooSmall) {
   PQel image;
   ASSERT_TRUE(image.CreateImage(1, 33, 9, 0, nullptr, 0, 0, 1, 0, 0));
   Randomise(image, random);
-  for (const char *const name : {"jpg", "png", "webp"}) {
+  for (const char *const name : {"jpg", "png", "tif", "webp"}) {
     const std::string path = scratch / name, library = std::string("zul") + name + "32";
     ASSERT_TRUE(image.SaveImage(path.c_str(), library.c_str()));
     const NoisyStore store(library.c_str(), path, false, 1);
@@ -144,7 +144,7 @@ TEST_F(RoundTrip, FullDevices) {
   PQel image;
   ASSERT_TRUE(image.CreateImage(1, 300, 300, 0, nullptr, 0, 0, 1, 0, 0));
   Randomise(image, random);
-  for (const char *const library : {"zuljpg32", "zulpng32", "zulwebp32"}) {
+  for (const char *const library : {"zuljpg32", "zulpng32", "zultif32", "zulwebp32"}) {
     image.SaveImage("/dev/full", library);
     EXPECT_NE(GetCodecTransferError(), nullptr) << library;
   }
