@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the pictures of dithering.md and masks-and-layers.md anew from the program's own test pictures:
+# Makes the pictures of dithering.md, masks-and-layers.md and text.md anew from the program's own test pictures:
 # docs/make_pictures.sh
 #
 # Every tile is the work of `qel`; ImageMagick sets the tiles side by side and packs them as PNG.
@@ -105,5 +105,14 @@ background='#d0d0d0' sheet soft-mask 4 hazy.bmp scene.bmp window.bmp focus.bmp
 "$qel" border scene.bmp --threshold 60 --draw outlined.bmp
 background='#d0d0d0' sheet borders 3 scene.bmp shapes.bmp outlined.bmp
 
+# Text: smoothed, with hard edges, in italics; on a palette of seven colours.
+"$qel" scene lake.bmp --size 320x200
+"$qel" text lake.bmp named.bmp "R&D: four balls at dusk" --rect 10,158,300,36 --height 26 --color ffffff --bold
+"$qel" text named.bmp named.bmp "in italics" --rect 10,8,300,28 --font serif --height 22 --color ffe040 --italic --align left
+"$qel" text named.bmp named.bmp "hard edges" --rect 10,8,300,28 --font mono --height 22 --color 80ff80 --scale 1 --align right
+"$qel" convert lake.bmp seven.bmp --palette epaper7
+"$qel" text seven.bmp seven.bmp "Only seven colours" --rect 0,0,320,40 --height 30 --color f01010 --bold
+sheet text 2 named.bmp seven.bmp
+
 cd "$images"
-ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png
+ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png text.png

@@ -19,6 +19,7 @@ const std::map<std::string, std::vector<std::string>> kFiles = {
     {"blur", {kIn, kOut}},        {"border", {kIn}}, {"bounds", {kIn}},       {"convert", {kIn, kOut}},
     {"gallery", {kIn, kOut}},     {"info", {kIn}},   {"palette", {kIn}},      {"resize", {kIn, kOut}},
     {"mask", {kIn, kOut, kMask}}, {"compare", {}},   {"rotate", {kIn, kOut}}, {"turn", {kIn, kOut}},
+    {"text", {kIn, kOut}},
 };
 
 /// Verbs whose result is what they print, unless a file for it is named.

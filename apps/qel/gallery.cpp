@@ -1,10 +1,14 @@
-// qel gallery IN OUT: a contact sheet of a picture in every type, method and dither.
+// qel gallery IN OUT: a contact sheet of a picture in every type, method and dither, each with its name below it.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "apps/qel/failure.h"
 #include "apps/qel/image_type.h"
+#include "apps/qel/lettering.h"
 #include "apps/qel/numbers.h"
 #include "apps/qel/picture_file.h"
 #include "apps/qel/recolour.h"
@@ -78,12 +82,34 @@ Picture Reduced(PQel &picture, const SIZE &tile, const Course &course) {
   return Resize(*colours, Share(width, tile.cy, height), tile.cy, course);
 }
 
+constexpr long kGap = 8;
+constexpr LONG kCaption = 16;  // rows below a tile
+
+/// Letters of one size for all captions, smaller when the longest would leave its tile; on the narrowest tiles it is
+/// cut at its end.
+Lettering CaptionsOf(const std::vector<Row> &rows, long width, const Course &course) {
+  constexpr int kLargest = 14, kSmallest = 7;
+  Lettering lettering;
+  lettering.height = kLargest, lettering.align = Align::kLeft;
+  long widest = 1;
+  for (const Row &row : rows)
+    for (const Entry &entry : row) widest = std::max(widest, WidthOf(entry.label, lettering, course));
+  lettering.height = static_cast<int>(std::clamp<long>(kLargest * width / widest, kSmallest, kLargest));
+  return lettering;
+}
+
 int Run(const Options &options) {
-  constexpr long kGap = 8;
   const Course &course = options.course;
   const Picture picture = Reduced(*Read(course), options.tile, course);
-  const long stepX = picture->GetImageWidth() + kGap, stepY = picture->GetImageHeight() + kGap;
+  const long width = picture->GetImageWidth(), stepX = width + kGap;
+  const long height = picture->GetImageHeight(), stepY = height + kCaption + kGap;
   const std::vector<Row> rows = Plan();
+  std::optional<Lettering> captions;
+  try {
+    captions = CaptionsOf(rows, width, course);
+  } catch (const Failure &noFont) {  // the legend tells all the same
+    Complain(noFont);
+  }
   Picture sheet = MakeAlike(*picture, static_cast<long>(rows[0].size()) * stepX + kGap,
                             static_cast<long>(rows.size()) * stepY + kGap, course);
   Require(sheet->Clear(0xFFFFFF), course);
@@ -96,6 +122,10 @@ int Run(const Options &options) {
       POINT place{static_cast<LONG>(static_cast<long>(x) * stepX + kGap),
                   static_cast<LONG>(static_cast<long>(y) * stepY + kGap)};
       Require(sheet->CopyRect(shown.get(), &place, nullptr), course);
+      const LONG below = place.y + static_cast<LONG>(height);
+      if (captions)
+        Write(*sheet, entry.label, {place.x, below, place.x + static_cast<LONG>(width), below + kCaption}, *captions,
+              course);
       legend += (x == 0 ? "" : " | ") + entry.label;
     }
     legend += '\n';
@@ -110,7 +140,7 @@ int Run(const Options &options) {
 void AddGallery(CLI::App &app, int &status) {
   auto options = std::make_shared<Options>();
   CLI::App *verb = app.add_subcommand(
-      "gallery", "Makes a contact sheet: a picture in every type, method and dither; says what lies where");
+      "gallery", "Makes a contact sheet: a picture in every type, method and dither, with captions; tells them too");
   AddFiles(*verb, options->course, options->output);
   AddParsed(*verb, "--tile", options->tile, "the picture is made smaller to fit WxH pixels; default: 240x180", ParseBox)
       ->type_name("WxH");

@@ -40,19 +40,30 @@ TEST(Gallery, ShowsWhatTheLegendTells) {
       ASSERT_EQ(test::Convert(to, to, {"--type", "rgb"}).status, 0);
       ASSERT_EQ(
           test::Convert(sheet, scratch / "tile.bmp",
-                        {"--crop", std::to_string(8 + 48 * column) + "," + std::to_string(8 + 38 * row) + ",40,30"})
+                        {"--crop", std::to_string(8 + 48 * column) + "," + std::to_string(8 + 54 * row) + ",40,30"})
               .status,
           0);
       EXPECT_TRUE(test::Load(scratch / "tile.bmp", 1) == test::Load(to, 1)) << label;
     }
   }
   EXPECT_EQ(known, 44);
-  EXPECT_EQ(all.height, row * 38 + 8);
+  EXPECT_EQ(all.height, row * 54 + 8);
+
+  // Below every tile stands a caption, and nothing else than the tile and it.
+  for (long y = 0; y < all.height; ++y)
+    for (long x = 0; x < all.width; ++x)
+      if ((x + 40) % 48 >= 40 || (y + 46) % 54 >= 46) ASSERT_EQ(all.At(x, y), 0xFFFFFFu) << x << ", " << y;
+  for (long top = 8 + 30; top < all.height; top += 54)
+    for (long left = 8; left < all.width; left += 48) {
+      long inked = 0;
+      for (long i = 0; i < 40 * 16; ++i) inked += all.At(left + i % 40, top + i / 40) != 0xFFFFFF;
+      EXPECT_GT(inked, 20) << left << ", " << top;
+    }
 
   // A large picture is made smaller in proportion.
   ASSERT_EQ(test::Qel({"gallery", from, sheet, "--tile", "20x20"}).status, 0);
   EXPECT_EQ(test::Load(sheet, 1).width, 6 * 28 + 8);
-  EXPECT_EQ(test::Load(sheet, 1).height, row * 23 + 8);
+  EXPECT_EQ(test::Load(sheet, 1).height, row * 39 + 8);
 }
 
 }  // namespace
