@@ -8,6 +8,7 @@
 
 #include "pair.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/file_pixels.h"
 
 namespace {
 
@@ -75,6 +76,9 @@ void Mirror8(unsigned char *dst, const unsigned char *src, long n) {
 void Mirror1(unsigned char *dst, const unsigned char *src, long n) {
   qel::lines::ReversePixels(dst, src, n, 1);
 }
+void Inks(unsigned char *dst, const unsigned char *src, long n) {
+  qel::lines::CmykTo24(dst, src, n, false);
+}
 
 const bench::PairsAtStart g_pairs([] {
   namespace lines = qel::lines;
@@ -102,7 +106,11 @@ const bench::PairsAtStart g_pairs([] {
                              {"mono to gray", White, 1, 8},
                              {"gray to mono", Threshold, 8, 1},
                              {"16 levels to gray", lines::NibblesToGray, 4, 8},
-                             {"gray to 16 levels", lines::GrayToNibbles, 8, 4}};
+                             {"gray to 16 levels", lines::GrayToNibbles, 8, 4},
+                             {"red and blue of 24", lines::SwapRedAndBlue24, 24, 24},
+                             {"red and blue of 32", lines::SwapRedAndBlue32, 32, 32},
+                             {"48 to 24 by high bytes", lines::HighBytesOf48, 48, 24},
+                             {"inks to 24", Inks, 32, 24}};
   for (const Kind &kind : kKinds)
     bench::AddPair({std::string("convert/") + kind.name + " : memory", 0,
                     static_cast<std::size_t>(kWidth * kHeight * (kind.srcBits + kind.dstBits) / 8),

@@ -8,10 +8,10 @@
 
 #include "codecs/all/format_libraries.h"
 #include "codecs/all/mask_format.h"
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/reading.h"
 #include "codecs/common/store.h"
 #include "qel/fileio/reader_library.h"
+#include "qel/lines/file_pixels.h"
 #include "qel/platform/kernel/file.h"
 
 namespace qel::codecs {
@@ -130,7 +130,7 @@ void WidenGreen(const tagLmmInfo &memory, std::size_t offset) {
   Store store(memory);
   if (!store.Find(offset)) return;
   const PixelRows &rows = store.Rows();
-  for (long y = 0; y < rows.height; ++y) Rgb555To565(rows.Row(y), rows.width);
+  for (long y = 0; y < rows.height; ++y) lines::Rgb555To565(rows.Row(y), rows.width);
 }
 
 int ReadPixels(const char *pszPath, const tagLmmInfo &memory, std::size_t offset, AllProgress pfnProgress) {

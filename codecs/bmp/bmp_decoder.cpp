@@ -5,9 +5,9 @@
 
 #include "codecs/bmp/bmp_format.h"
 #include "codecs/bmp/bmp_header.h"
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/store.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/file_pixels.h"
 #include "qel/lines/pixels.h"
 
 namespace qel::codecs {
@@ -97,7 +97,7 @@ bool BmpDecoder::xReadWords(const PixelRows &rows, const Progress &progress) {
     } else {
       std::copy_n(line, RowBytes(rows), row);
       lines::WordsToPixels(pixels.data(), m_line.data(), bytes, rows.width, alpha);
-      PutChannel(row + 3, 4, line, 4, rows.width);
+      lines::PutChannel(row + 3, 4, line, 4, rows.width);
     }
     if (!xTell(progress, rows, m_rowsRead + 1)) return ++m_rowsRead, false;
   }
@@ -113,8 +113,8 @@ bool BmpDecoder::xReadRun(unsigned count, unsigned index, long &x) {
   const long n = std::min<long>(count > 0 ? count : index, room);
   if (count > 0) {
     const bool isNibble = m_header.bits == 4;
-    FillAlternating(m_line.data() + x, n, static_cast<unsigned char>(isNibble ? index >> 4 : index),
-                    static_cast<unsigned char>(isNibble ? index & 15 : index));
+    lines::FillAlternating(m_line.data() + x, n, static_cast<unsigned char>(isNibble ? index >> 4 : index),
+                           static_cast<unsigned char>(isNibble ? index & 15 : index));
   } else {
     unsigned char bytes[256];
     const std::size_t size = (index * static_cast<unsigned>(m_header.bits) + 7) / 8;

@@ -4,15 +4,15 @@
 #include <algorithm>
 #include <cstring>
 
-#include "codecs/common/pixel_lines.h"
 #include "qel/lines/convert.h"
+#include "qel/lines/file_pixels.h"
 
 namespace qel::codecs {
 
 SavedRows::SavedRows(const PictureInfo &info, const PixelRows &rows) : m_info(info), m_rows(rows) {
   m_line.resize(static_cast<std::size_t>(rows.width) * 3);
   if (rows.bit_count == 32) {
-    for (long y = 0; y < rows.height && !m_hasAlpha; ++y) m_hasAlpha = codecs::HasAlpha(rows.Row(y), rows.width);
+    for (long y = 0; y < rows.height && !m_hasAlpha; ++y) m_hasAlpha = lines::HasAlpha(rows.Row(y), rows.width);
   }
   if (rows.bit_count > 8) return;
 
@@ -57,7 +57,7 @@ const unsigned char *SavedRows::Rgb24(long y) {
       lines::Rgb32To24(line, row, m_rows.width);
       break;
     case 48:
-      HighBytesOf48(line, row, m_rows.width);
+      lines::HighBytesOf48(line, row, m_rows.width);
       break;
     default:
       lines::IndicesTo24(line, row, m_rows.bit_count, m_rows.width, m_table.data());
@@ -73,7 +73,7 @@ const unsigned char *SavedRows::Rgb32(long y) {
     std::memcpy(m_line32.data(), row, m_line32.size());
   else
     lines::Rgb24To32(m_line32.data(), Rgb24(y), m_rows.width);
-  MakeOpaque(m_line32.data(), m_rows.width);
+  lines::MakeOpaque(m_line32.data(), m_rows.width);
   return m_line32.data();
 }
 

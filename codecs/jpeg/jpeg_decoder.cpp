@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "codecs/common/file_bytes.h"
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/store.h"
 #include "codecs/jpeg/jpeg_density.h"
 #include "codecs/jpeg/jpeg_error.h"
 #include "codecs/jpeg/jpeg_format.h"
+#include "qel/lines/file_pixels.h"
 
 // Behind <cstdio>, which it needs.
 #include <jerror.h>
@@ -119,7 +119,7 @@ long JpegDecoder::xReadScanlines(const PixelRows &rows) {
   if (m_info.out_color_space == JCS_CMYK) {
     lines[0] = m_inks.data();
     jpeg_read_scanlines(&m_info, lines, 1);
-    CmykTo24(rows.Row(first), m_inks.data(), rows.width, m_info.saw_Adobe_marker);
+    lines::CmykTo24(rows.Row(first), m_inks.data(), rows.width, m_info.saw_Adobe_marker);
   } else {
     const JDIMENSION count = std::min(m_bandRows - first % m_bandRows, m_info.output_height - first);
     for (JDIMENSION i = 0; i < count; ++i) lines[i] = rows.Row(first + i);

@@ -1,9 +1,9 @@
 // PNG files into rows, through libpng, whose transformations give the engine's own pixels in the store.
 #include "codecs/common/file_bytes.h"
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/store.h"
 #include "codecs/png/png_error.h"
 #include "codecs/png/png_format.h"
+#include "qel/lines/file_pixels.h"
 
 namespace qel::codecs {
 namespace {
@@ -45,7 +45,7 @@ void PngDecoder::xRead(png_structp png, png_bytep dst, std::size_t bytes) {
 /// Called by libpng with each row of 2-bit pixels, in a buffer with room for the wider ones.
 void PngDecoder::xSpreadCrumbs(png_structp png, png_row_infop row, png_bytep line) {
   const auto &decoder = *static_cast<PngDecoder *>(png_get_user_transform_ptr(png));
-  CrumbsToNibbles(line, line, row->width, decoder.m_factor);
+  lines::CrumbsToNibbles(line, line, row->width, decoder.m_factor);
 }
 
 void PngDecoder::xSpreadTo4Bits(int factor) {

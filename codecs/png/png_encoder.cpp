@@ -5,6 +5,7 @@
 #include "codecs/common/saved_rows.h"
 #include "codecs/png/png_error.h"
 #include "codecs/png/png_format.h"
+#include "qel/lines/file_pixels.h"
 
 namespace qel::codecs {
 namespace {
@@ -49,10 +50,7 @@ void PngEncoder::xSetPalette(const PixelRows &rows, const SavedRows &saved) {
   if (rows.bit_count < 8) {
     count = all;
   } else if (count < all) {
-    for (long y = 0; y < rows.height; ++y) {
-      const unsigned char *const row = rows.Row(y);
-      count = std::max(count, *std::max_element(row, row + rows.width) + 1);
-    }
+    for (long y = 0; y < rows.height; ++y) count = std::max(count, lines::LargestByte(rows.Row(y), rows.width) + 1);
   }
   for (int i = 0; i < count; ++i) {
     const RGBQUAD &color = saved.Table()[i];

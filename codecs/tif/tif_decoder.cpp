@@ -6,11 +6,11 @@
 #include <cstring>
 #include <vector>
 
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/store.h"
 #include "codecs/tif/tif_file.h"
 #include "codecs/tif/tif_format.h"
 #include "codecs/tif/tif_layout.h"
+#include "qel/lines/file_pixels.h"
 #include "qel/lines/logic.h"
 
 namespace qel::codecs {
@@ -81,9 +81,9 @@ void TiffDecoder::xPut(const PixelRows &rows, unsigned char *row, long x, const 
     const int place = m_plane < 3 ? 2 - m_plane : m_plane;
     const int channels = m_layout.type == 8 ? 4 : 3;
     if (m_layout.bits == 8)
-      PutChannel(dst + place, channels, src, 1, n);
+      lines::PutChannel(dst + place, channels, src, 1, n);
     else
-      PutChannel16(dst + 2 * place, src, n);
+      lines::PutChannel16(dst + 2 * place, src, n);
     return;
   }
   const long bytes = (n * rows.bit_count + 7) / 8;
@@ -92,22 +92,22 @@ void TiffDecoder::xPut(const PixelRows &rows, unsigned char *row, long x, const 
       std::memcpy(dst, src, static_cast<std::size_t>(bytes));
       break;
     case TiffPixels::kCrumbs:
-      CrumbsToNibbles(dst, src, n, m_layout.palette.empty() ? 5 : 1);
+      lines::CrumbsToNibbles(dst, src, n, m_layout.palette.empty() ? 5 : 1);
       break;
     case TiffPixels::kRgb:
-      SwapRedAndBlue24(dst, src, n);
+      lines::SwapRedAndBlue24(dst, src, n);
       break;
     case TiffPixels::kRgba:
-      SwapRedAndBlue32(dst, src, n);
+      lines::SwapRedAndBlue32(dst, src, n);
       break;
     case TiffPixels::kCmyk:
-      CmykTo24(dst, src, n, false);
+      lines::CmykTo24(dst, src, n, false);
       break;
     case TiffPixels::kGray16:
-      Gray16To48(dst, src, n, m_layout.samples);
+      lines::Gray16To48(dst, src, n, m_layout.samples);
       break;
     case TiffPixels::kRgb16:
-      Rgb16To48(dst, src, n, m_layout.samples);
+      lines::Rgb16To48(dst, src, n, m_layout.samples);
       break;
     case TiffPixels::kRaster:
       break;
@@ -244,7 +244,8 @@ bool TiffDecoder::xReadRaster(const PixelRows &rows, const Progress &progress) {
   TIFFRGBAImageEnd(&image);
   const Walk walk = WalkOf(m_layout);
   for (long y = 0; y < rows.height; ++y) {
-    RasterToPixels(rows.Row(y), raster.data() + walk.start + y * walk.down, rows.width, walk.right, rows.bit_count / 8);
+    lines::RasterToPixels(rows.Row(y), raster.data() + walk.start + y * walk.down, rows.width, walk.right,
+                          rows.bit_count / 8);
     if (!xTell(progress, y + 1)) return false;
   }
   return isRead;
@@ -263,7 +264,7 @@ bool TiffDecoder::ReadPixels(const PixelRows &rows, const Progress &progress) {
   const PixelRows stored = isUpsideDown ? UpsideDown(rows) : rows;
   const bool isWhole = xRead(stored, progress);
   if (m_layout.is_associated)
-    for (long y = 0; y < rows.height; ++y) DivideByAlpha(rows.Row(y), rows.width);
+    for (long y = 0; y < rows.height; ++y) lines::DivideByAlpha(rows.Row(y), rows.width);
   // libtiff goes on behind some faults, but tells them.
   if (error.empty()) error = m_file.Error();
   return isWhole && error.empty();

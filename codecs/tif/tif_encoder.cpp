@@ -3,11 +3,11 @@
 #include <cstring>
 #include <vector>
 
-#include "codecs/common/pixel_lines.h"
 #include "codecs/common/saved_rows.h"
 #include "codecs/common/store.h"
 #include "codecs/tif/tif_file.h"
 #include "codecs/tif/tif_format.h"
+#include "qel/lines/file_pixels.h"
 
 namespace qel::codecs {
 namespace {
@@ -102,11 +102,11 @@ void TiffEncoder::xPack(unsigned char *dst, const PixelRows &rows, SavedRows &sa
   if (m_samples == 1)
     std::memcpy(dst, rows.Row(y), RowBytes(rows));
   else if (m_samples == 4)
-    SwapRedAndBlue32(dst, rows.Row(y), rows.width);
+    lines::SwapRedAndBlue32(dst, rows.Row(y), rows.width);
   else if (m_bits == 16)
-    Rgb16To48(dst, rows.Row(y), rows.width, 3);
+    lines::Rgb16To48(dst, rows.Row(y), rows.width, 3);
   else
-    SwapRedAndBlue24(dst, saved.Rgb24(y), rows.width);
+    lines::SwapRedAndBlue24(dst, saved.Rgb24(y), rows.width);
 }
 
 bool TiffEncoder::xWriteStrips(const PixelRows &rows, SavedRows &saved, const Progress &progress) {

@@ -1,10 +1,10 @@
 // Plain loops, in forms that the compiler turns into vector code where it pays.
-#include "codecs/common/pixel_lines.h"
+#include "qel/lines/file_pixels.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace qel::codecs {
+namespace qel::lines {
 
 void CmykTo24(unsigned char *dst, const unsigned char *src, long n, bool inverted) {
   const unsigned flip = inverted ? 0 : 255;
@@ -103,4 +103,10 @@ bool HasAlpha(const unsigned char *line, long n) {
   return any != 0;
 }
 
-}  // namespace qel::codecs
+int LargestByte(const unsigned char *line, long n) {
+  unsigned char largest = 0;
+  for (long i = 0; i < n; ++i) largest = std::max(largest, line[i]);
+  return largest;
+}
+
+}  // namespace qel::lines

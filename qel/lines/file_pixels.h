@@ -1,10 +1,10 @@
 // Conversions of whole lines between what picture files hold and the engine's own pixel formats, beyond those of
-// qel/lines/convert.h. Lines and `n` are as there.
+// convert.h. Lines and `n` are as there.
 #pragma once
 
 #include <cstdint>
 
-namespace qel::codecs {
+namespace qel::lines {
 
 /// Cyan, magenta, yellow, black as amounts of ink, or (`inverted`) as amounts of light, to 24 bits.
 void CmykTo24(unsigned char *dst, const unsigned char *src, long n, bool inverted);
@@ -48,4 +48,7 @@ void MakeOpaque(unsigned char *line, long n);
 /// True when the fourth byte of one of n 32-bit pixels is not 0.
 bool HasAlpha(const unsigned char *line, long n);
 
-}  // namespace qel::codecs
+/// The largest of n bytes; 0 for none.
+int LargestByte(const unsigned char *line, long n);
+
+}  // namespace qel::lines
