@@ -4,9 +4,7 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-
+#include "codecs/common/file_bytes.h"
 #include "codecs/common/reading.h"
 #include "qel/image/image.h"
 #include "qel/platform/gdi/object.h"
@@ -20,16 +18,9 @@ class BorrowedFile : public CFile {
   explicit BorrowedFile(int nFile) : m_nFile(nFile) {}
 
   UINT Read(void *pBuf, UINT nCount) override {
-    UINT nRead = 0;
-    while (nRead < nCount) {
-      const ssize_t n =
-          pread(m_nFile, static_cast<char *>(pBuf) + nRead, nCount - nRead, static_cast<off_t>(m_nPosition));
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) break;
-      nRead += static_cast<UINT>(n);
-      m_nPosition += static_cast<std::uint64_t>(n);
-    }
-    return nRead;
+    const std::size_t nRead = ReadAt(m_nFile, pBuf, nCount, m_nPosition);
+    m_nPosition += nRead;
+    return static_cast<UINT>(nRead);
   }
 
   LONGLONG Seek(LONGLONG lOff, UINT nFrom) override {

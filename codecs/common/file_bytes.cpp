@@ -17,14 +17,21 @@ constexpr std::size_t kBufferBytes = 64 * 1024;
 
 // Reading ------------------------------------------------------------------------------------------------------------
 
+std::size_t ReadAt(int nFile, void *dst, std::size_t bytes, std::uint64_t offset) {
+  std::size_t done = 0;
+  while (done < bytes) {
+    const ssize_t got = pread(nFile, static_cast<char *>(dst) + done, bytes - done, static_cast<off_t>(offset + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return done;
+}
+
 bool FileReader::xFill() {
   if (m_buffer.empty()) m_buffer.resize(kBufferBytes);
-  ssize_t bytes;
-  do {
-    bytes = pread(m_nFile, m_buffer.data(), m_buffer.size(), static_cast<off_t>(m_offset));
-  } while (bytes < 0 && errno == EINTR);
   m_at = 0;
-  m_end = bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+  m_end = ReadAt(m_nFile, m_buffer.data(), m_buffer.size(), m_offset);
   m_offset += m_end;
   return m_end > 0;
 }

@@ -8,6 +8,9 @@
 
 namespace qel::codecs {
 
+/// Copies up to `bytes` bytes that stand at an offset of a file; fewer at its end, or when it cannot be read.
+std::size_t ReadAt(int nFile, void *dst, std::size_t bytes, std::uint64_t offset);
+
 class FileReader {
  public:
   explicit FileReader(int nFile) : m_nFile(nFile) {}

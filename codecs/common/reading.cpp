@@ -1,11 +1,9 @@
 // Nothing that a file or a memory record says is believed before it has been checked here.
 #include "codecs/common/reading.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <utility>
 
+#include "codecs/common/file_bytes.h"
 #include "codecs/common/store.h"
 #include "qel/platform/gdi/palette.h"
 
@@ -30,11 +28,7 @@ HPALETTE MakePalette(const std::vector<RGBQUAD> &colors) {
 }
 
 std::size_t ReadHead(int nFile, unsigned char *pbyHead) {
-  ssize_t bytes;
-  do {
-    bytes = pread(nFile, pbyHead, kHeadBytes, 0);
-  } while (bytes < 0 && errno == EINTR);
-  return bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+  return ReadAt(nFile, pbyHead, kHeadBytes, 0);
 }
 
 Reading BeginReading(const Format &format, int nFile, long largestSide, std::string &error) {

@@ -9,6 +9,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "codecs/common/file_bytes.h"
+
 namespace qel::codecs {
 namespace {
 
@@ -30,17 +32,23 @@ int TiffFile::xKeepError(TIFF *, void *file, const char *, const char *format, v
   return 1;
 }
 
-template <class Transfer>
-tmsize_t TiffFile::xMove(const Transfer &transfer, void *bytes, tmsize_t count) {
+tmsize_t TiffFile::xRead(void *dst, tmsize_t count) {
+  const std::size_t done = ReadAt(m_nFile, dst, static_cast<std::size_t>(count), m_offset);
+  m_offset += done;
+  return static_cast<tmsize_t>(done);
+}
+
+tmsize_t TiffFile::xWrite(const void *src, tmsize_t count) {
   tmsize_t done = 0;
   while (done < count) {
-    const ssize_t moved = transfer(m_nFile, static_cast<char *>(bytes) + done, static_cast<std::size_t>(count - done),
-                                   static_cast<off_t>(m_offset));
-    if (moved < 0 && errno == EINTR) continue;
-    if (moved <= 0) break;
-    done += moved;
-    m_offset += static_cast<std::uint64_t>(moved);
+    const ssize_t written = pwrite(m_nFile, static_cast<const char *>(src) + done,
+                                   static_cast<std::size_t>(count - done), static_cast<off_t>(m_offset));
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) break;
+    done += written;
+    m_offset += static_cast<std::uint64_t>(written);
   }
+  if (done < count && m_error.empty()) m_error = "the file cannot be written";
   return done;
 }
 
@@ -52,12 +60,8 @@ bool TiffFile::Open(const char *mode) {
   TIFFOpenOptionsSetWarningHandlerExtR(
       options, [](TIFF *, void *, const char *, const char *, va_list) { return 1; }, nullptr);
   m_tiff = TIFFClientOpenExt(
-      "", mode, this, [](thandle_t file, void *dst, tmsize_t n) { return Of(file).xMove(pread, dst, n); },
-      [](thandle_t file, void *src, tmsize_t n) {
-        const tmsize_t written = Of(file).xMove(pwrite, src, n);
-        if (written < n && Of(file).m_error.empty()) Of(file).m_error = "the file cannot be written";
-        return written;
-      },
+      "", mode, this, [](thandle_t file, void *dst, tmsize_t n) { return Of(file).xRead(dst, n); },
+      [](thandle_t file, void *src, tmsize_t n) { return Of(file).xWrite(src, n); },
       [](thandle_t file, toff_t offset, int from) -> toff_t {
         struct stat status = {};
         if (from == SEEK_CUR) offset += Of(file).m_offset;

@@ -35,8 +35,8 @@ class TiffFile {
 
  private:
   static int xKeepError(TIFF *, void *file, const char *, const char *format, va_list values);
-  template <class Transfer>
-  tmsize_t xMove(const Transfer &transfer, void *bytes, tmsize_t count);
+  tmsize_t xRead(void *dst, tmsize_t count);
+  tmsize_t xWrite(const void *src, tmsize_t count);
 
   int m_nFile;
   std::uint64_t m_offset = 0;
