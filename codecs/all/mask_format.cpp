@@ -53,8 +53,7 @@ class MaskDecoder : public Decoder {
     info.dpm_y = m_image.GetDpmY();
     CPalette palette;
     if (m_image.GetBitCount() <= 8) palette.Attach(m_image.GetPalette(nullptr));
-    info.palette.resize(static_cast<std::size_t>(PQel::GetColorNum(palette)));
-    PQel::GetPaletteRGBQuad(palette, info.palette.data());
+    info.palette = PaletteColors(palette);
     return true;
   }
 

@@ -84,16 +84,14 @@ class OpenPicture {
 /// The colours that an image of the picture's bit count does not have by itself: those of the picture, or the ramp of a
 /// gray one, which no bit count tells.
 std::vector<RGBQUAD> ColorsOf(const PictureInfo &info) {
-  const int bits = BitsOfType(info.type);
+  const int bits = PQel::GetBitCount(info.type);
   if (bits > 8) return {};
   std::vector<RGBQUAD> colors = info.palette;
   const std::size_t most = std::size_t{1} << bits;
   if (colors.size() > most) colors.resize(most);
   if (!colors.empty() || (info.type != 4 && info.type != 5)) return colors;
-  for (std::size_t i = 0; i < most; ++i) {
-    const auto level = static_cast<BYTE>(i * 255 / (most - 1));
-    colors.push_back({level, level, level, 0});
-  }
+  colors.resize(most);
+  PQel::BuildStdPalette(info.type, colors.data());
   return colors;
 }
 
@@ -110,7 +108,7 @@ int ReadHeader(const char *pszPath, BITMAPINFOHEADER &header) {
   header.biWidth = static_cast<LONG>(info.width);
   header.biHeight = static_cast<LONG>(info.height);
   header.biPlanes = 1;
-  header.biBitCount = static_cast<WORD>(BitsOfType(info.type));
+  header.biBitCount = static_cast<WORD>(PQel::GetBitCount(info.type));
   header.biCompression = header.biBitCount == 16 ? BI_BITFIELDS : BI_RGB;
   header.biXPelsPerMeter = DotsPerMetre(info.dpm_x);
   header.biYPelsPerMeter = DotsPerMetre(info.dpm_y);
@@ -120,7 +118,7 @@ int ReadHeader(const char *pszPath, BITMAPINFOHEADER &header) {
 
 HPALETTE ReadPalette(const char *pszPath) {
   const OpenPicture picture(pszPath);
-  return picture ? MakePalette(ColorsOf(picture.Info())) : nullptr;
+  return picture ? PaletteOf(ColorsOf(picture.Info())) : nullptr;
 }
 
 // Pixels -------------------------------------------------------------------------------------------------------------

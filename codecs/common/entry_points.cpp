@@ -15,7 +15,6 @@
 #include "codecs/common/reading.h"
 #include "codecs/common/store.h"
 #include "qel/fileio/codec_header.h"
-#include "qel/platform/gdi/palette.h"
 
 namespace qel::codecs {
 namespace {
@@ -92,21 +91,13 @@ KeptByFile<Saving> &Savings() {
 
 // Palettes and headers -----------------------------------------------------------------------------------------------
 
-std::vector<RGBQUAD> PaletteColors(HPALETTE hPal) {
-  PALETTEENTRY entries[kMaxColors];
-  std::vector<RGBQUAD> colors(hPal != nullptr ? GetPaletteEntries(hPal, 0, kMaxColors, entries) : 0);
-  for (std::size_t i = 0; i < colors.size(); ++i)
-    colors[i] = {entries[i].peBlue, entries[i].peGreen, entries[i].peRed, 0};
-  return colors;
-}
-
 short DotsPerInch(long dpm) {
   const long dpi = (dpm * 127 + 2500) / 5000;
   return static_cast<short>(dpi >= 0 && dpi <= kLargestSide ? dpi : 0);
 }
 
 void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
-  const int bits = BitsOfType(info.type);
+  const int bits = PQel::GetBitCount(info.type);
   header.nImageType = static_cast<short>(info.type);
   header.nWidth = static_cast<short>(info.width);
   header.nHeight = static_cast<short>(info.height);
@@ -114,7 +105,7 @@ void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
   header.nBitCount = static_cast<short>(bits);
   header.nDpiX = DotsPerInch(info.dpm_x);
   header.nDpiY = DotsPerInch(info.dpm_y);
-  header.hPalette = MakePalette(info.palette);
+  header.hPalette = PaletteOf(info.palette);
 }
 
 // Transfers ----------------------------------------------------------------------------------------------------------
@@ -144,7 +135,7 @@ bool BeginSaving(HFILE hFile, const CodecImageHeader &header, bool bPalette) {
   if (header.nWidth < 1 || header.nHeight == 0) return false;
   Saving saving{true, {}};
   saving.info.type = header.nImageType;
-  const int bits = BitsOfType(header.nImageType);
+  const int bits = PQel::GetBitCount(header.nImageType);
   if (bits == 0 || bits != header.nBitCount) return false;
   if (bPalette && bits <= 8) saving.info.palette = PaletteColors(header.hPalette);
   saving.info.width = header.nWidth;
@@ -160,7 +151,7 @@ bool Save(HFILE hFile, const tagLmmInfo &memory, WORD wOffset) {
   if (!saving.begun) return Fail("the file was not prepared"), false;
   Store store(memory);
   PictureInfo &info = saving.info;
-  if (!store.Find(wOffset) || store.Header().biBitCount != BitsOfType(info.type))
+  if (!store.Find(wOffset) || store.Header().biBitCount != PQel::GetBitCount(info.type))
     return Fail("the image is not sound"), false;
   if (store.Rows().bit_count == 16) info.type = store.Is555() ? 6 : 7;
   info.width = store.Rows().width;

@@ -1,30 +1,25 @@
 // Nothing that a file or a memory record says is believed before it has been checked here.
 #include "codecs/common/reading.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "codecs/common/file_bytes.h"
 #include "codecs/common/store.h"
-#include "qel/platform/gdi/palette.h"
 
 namespace qel::codecs {
 
-int BitsOfType(int type) {
-  constexpr int kBits[] = {1, 24, 4, 8, 4, 8, 16, 16, 32, 48};
-  return type >= 0 && type <= 9 ? kBits[type] : 0;
+std::vector<RGBQUAD> PaletteColors(HPALETTE hPal) {
+  std::vector<RGBQUAD> colors(kMaxColors);
+  const bool known = PQel::GetPaletteRGBQuad(hPal, colors.data()) != 0;
+  colors.resize(known ? std::min(static_cast<std::size_t>(PQel::GetColorNum(hPal)), kMaxColors) : 0);
+  for (RGBQUAD &color : colors) color.rgbReserved = 0;
+  return colors;
 }
 
-HPALETTE MakePalette(const std::vector<RGBQUAD> &colors) {
-  if (colors.empty() || colors.size() > kMaxColors) return nullptr;
-  struct {
-    WORD palVersion = 0x300;
-    WORD palNumEntries;
-    PALETTEENTRY palPalEntry[kMaxColors];
-  } logical;
-  logical.palNumEntries = static_cast<WORD>(colors.size());
-  for (std::size_t i = 0; i < colors.size(); ++i)
-    logical.palPalEntry[i] = {colors[i].rgbRed, colors[i].rgbGreen, colors[i].rgbBlue, 0};
-  return CreatePalette(reinterpret_cast<const LOGPALETTE *>(&logical));
+HPALETTE PaletteOf(std::vector<RGBQUAD> colors) {
+  const std::size_t count = std::min(colors.size(), kMaxColors + 1);  // more are too many
+  return PQel::CreateLogPal(static_cast<int>(count), colors.data());
 }
 
 std::size_t ReadHead(int nFile, unsigned char *pbyHead) {
@@ -37,7 +32,7 @@ Reading BeginReading(const Format &format, int nFile, long largestSide, std::str
   if (!reading.decoder || !reading.decoder->ReadInfo(reading.info)) {
     if (reading.decoder) error = reading.decoder->error;
     if (error.empty()) error = "the file's headers are not sound";
-  } else if (BitsOfType(info.type) == 0 || info.width < 1 || info.height < 1) {
+  } else if (PQel::GetBitCount(info.type) == 0 || info.width < 1 || info.height < 1) {
     error = "the file's headers are not sound";
   } else if (info.width > largestSide || info.height > largestSide) {
     error = "the picture is too large";
@@ -53,7 +48,7 @@ Transfer ReadInto(const Reading &reading, const tagLmmInfo &memory, std::size_t 
   if (!store.Find(offset)) return error = "the image has no room for the picture", Transfer::kRefused;
   const PictureInfo &info = reading.info;
   const PixelRows &rows = store.Rows();
-  if (rows.width != info.width || rows.height != info.height || rows.bit_count != BitsOfType(info.type))
+  if (rows.width != info.width || rows.height != info.height || rows.bit_count != PQel::GetBitCount(info.type))
     return error = "the image does not have the picture's format", Transfer::kRefused;
   const bool complete = reading.decoder->ReadPixels(rows, progress);
   ClearPadding(rows);

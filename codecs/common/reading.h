@@ -15,11 +15,11 @@ namespace qel::codecs {
 constexpr std::size_t kHeadBytes = 64;  // that a format is told by
 constexpr std::size_t kMaxColors = 256;
 
-/// Bits per pixel of a type code; 0 for a code outside 0 to 9.
-int BitsOfType(int type);
+/// The colours of a palette, 256 at most, without its flags; none for null.
+std::vector<RGBQUAD> PaletteColors(HPALETTE hPal);
 
 /// A palette of these colours, the caller's; null for none and for more than 256.
-HPALETTE MakePalette(const std::vector<RGBQUAD> &colors);
+HPALETTE PaletteOf(std::vector<RGBQUAD> colors);
 
 /// The first bytes of a file, kHeadBytes at most; their count.
 std::size_t ReadHead(int nFile, unsigned char *pbyHead);
