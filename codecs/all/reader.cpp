@@ -1,13 +1,12 @@
 // The reader library. Each call looks at the file anew, so nothing is kept between calls and threads do not meet.
-#include <exception>
 #include <limits>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "codecs/all/format_libraries.h"
 #include "codecs/all/mask_format.h"
+#include "codecs/common/guarded.h"
 #include "codecs/common/reading.h"
 #include "codecs/common/store.h"
 #include "qel/fileio/reader_library.h"
@@ -21,18 +20,11 @@ constexpr int kType555 = 6;
 
 thread_local std::string t_error;  // empty: none
 
-/// Runs the work of an entry point, which must not let an exception out; 0 when it threw.
+/// Runs the work of an entry point, which begins without an error; 0 when it threw.
 template <class Work>
-auto Guarded(const Work &work) -> decltype(work()) {
+auto Answer(const Work &work) -> decltype(work()) {
   t_error.clear();
-  try {
-    return work();
-  } catch (const std::bad_alloc &) {
-    t_error = "there is not enough memory";
-  } catch (const std::exception &exception) {
-    t_error = exception.what();
-  }
-  return {};
+  return Guarded(work, [](const char *pszReason) { t_error = pszReason; });
 }
 
 /// A file, open for as long as this lives, and its format; null when it does not open or none knows it.
@@ -154,16 +146,16 @@ int ReadPixels(const char *pszPath, const tagLmmInfo &memory, std::size_t offset
 using namespace qel::codecs;
 
 int AllReadHeader(const char *pszPath, BITMAPINFOHEADER *pHeader) {
-  return pszPath != nullptr && pHeader != nullptr && Guarded([=] { return ReadHeader(pszPath, *pHeader); });
+  return pszPath != nullptr && pHeader != nullptr && Answer([=] { return ReadHeader(pszPath, *pHeader); });
 }
 
 HPALETTE AllReadPalette(const char *pszPath) {
-  return pszPath != nullptr ? Guarded([=] { return ReadPalette(pszPath); }) : nullptr;
+  return pszPath != nullptr ? Answer([=] { return ReadPalette(pszPath); }) : nullptr;
 }
 
 int AllReadDIBImg(const char *pszPath, tagLmmInfo *pInfo, long lOffset, AllProgress pfnProgress) {
   if (pszPath == nullptr || pInfo == nullptr || lOffset < 0) return 0;
-  return Guarded([=] { return ReadPixels(pszPath, *pInfo, static_cast<std::size_t>(lOffset), pfnProgress); });
+  return Answer([=] { return ReadPixels(pszPath, *pInfo, static_cast<std::size_t>(lOffset), pfnProgress); });
 }
 
 const char *AllGetError() {
@@ -172,7 +164,7 @@ const char *AllGetError() {
 
 const char *AllFindFormat(const char *pszPath) {
   if (pszPath == nullptr) return nullptr;
-  return Guarded([=] {
+  return Answer([=] {
     const Format *const format = KnownFile(pszPath).GetFormat();
     return format != nullptr ? format->name : nullptr;
   });
@@ -180,7 +172,7 @@ const char *AllFindFormat(const char *pszPath) {
 
 int AllGetFormat(int nIndex, AllFormat *pFormat) {
   if (nIndex < 0 || pFormat == nullptr) return 0;
-  return Guarded([=] {
+  return Answer([=] {
     const std::vector<FormatLibrary> libraries = AllFormatLibraries();
     if (static_cast<std::size_t>(nIndex) >= libraries.size()) return 0;
     const FormatLibrary &library = libraries[static_cast<std::size_t>(nIndex)];

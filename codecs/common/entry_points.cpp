@@ -6,12 +6,12 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "codecs/common/format.h"
+#include "codecs/common/guarded.h"
 #include "codecs/common/reading.h"
 #include "codecs/common/store.h"
 #include "qel/fileio/codec_header.h"
@@ -30,19 +30,6 @@ thread_local char t_error[256];
 void Fail(const std::string &reason) {
   t_failed = true;
   std::snprintf(t_error, sizeof t_error, "%s", reason.empty() ? "the picture is incomplete" : reason.c_str());
-}
-
-/// Runs the work of an entry point, which must not let an exception out; false when it threw.
-template <class Work>
-bool Guarded(const Work &work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc &) {
-    Fail("there is not enough memory");
-  } catch (const std::exception &exception) {
-    Fail(exception.what());
-  }
-  return false;
 }
 
 Progress WaitingProgress() {
@@ -174,22 +161,22 @@ using namespace qel::codecs;
 #define QEL_ENTRY_POINT extern "C" QEL_API
 
 QEL_ENTRY_POINT int zulReadHeader(HFILE hFile, CodecImageHeader *pHeader, int) {
-  return pHeader != nullptr && Guarded([=] { return Begin(hFile, *pHeader); });
+  return pHeader != nullptr && Guarded([=] { return Begin(hFile, *pHeader); }, Fail);
 }
 
 QEL_ENTRY_POINT int zulReadDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) {
   t_failed = false;
-  return pInfo != nullptr && Guarded([=] { return Read(hFile, *pInfo, wOffset); });
+  return pInfo != nullptr && Guarded([=] { return Read(hFile, *pInfo, wOffset); }, Fail);
 }
 
 QEL_ENTRY_POINT int zulSaveHeader(HFILE hFile, CodecImageHeader *pHeader, int bPalette, int) {
   t_failed = false;
-  return pHeader != nullptr && Guarded([=] { return BeginSaving(hFile, *pHeader, bPalette != 0); });
+  return pHeader != nullptr && Guarded([=] { return BeginSaving(hFile, *pHeader, bPalette != 0); }, Fail);
 }
 
 QEL_ENTRY_POINT int zulSaveDIBImg(HFILE hFile, tagLmmInfo *pInfo, WORD wOffset) {
   t_failed = false;
-  return pInfo != nullptr && Guarded([=] { return Save(hFile, *pInfo, wOffset); });
+  return pInfo != nullptr && Guarded([=] { return Save(hFile, *pInfo, wOffset); }, Fail);
 }
 
 QEL_ENTRY_POINT void zulSetWaitingCallback(CodecWaitingCallback pfn) {
