@@ -50,14 +50,8 @@ const Format *Load(Loaded &loaded, const std::string &extension) {
   return format;
 }
 
-std::string ExecutableFolder() {
-  char path[4096];
-  const std::string executable(path, GetModuleFileNameA(nullptr, path, sizeof path));
-  return executable.substr(0, executable.rfind('/') + 1);
-}
-
 void LoadAll(Loaded &loaded) {
-  for (const std::string &folder : {ExecutableFolder(), kernel::EngineLibraryFolder()}) {
+  for (const std::string &folder : {kernel::FolderOf(kernel::ModulePath(nullptr)), kernel::EngineLibraryFolder()}) {
     std::error_code error;
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
       const std::string name = LowerCase(it->path().filename().string());

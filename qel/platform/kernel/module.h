@@ -32,10 +32,10 @@ struct QelModuleResource;
 namespace qel::kernel {
 
 /// The folder part of a path with its separator ('/' or '\\', whichever comes last); empty when there is none.
-std::string FolderOf(const std::string &path);
+QEL_API std::string FolderOf(const std::string &path);
 
 /// The path of a module's file, of the running executable for null; empty for a bad handle.
-std::string ModulePath(HINSTANCE hModule);
+QEL_API std::string ModulePath(HINSTANCE hModule);
 
 /// Where format libraries and data files are installed: qel/ beside the engine's own library, ../lib/qel/ seen from the
 /// executable when the engine is linked into it. Ends with a separator.
