@@ -78,11 +78,6 @@ KeptByFile<Saving> &Savings() {
 
 // Palettes and headers -----------------------------------------------------------------------------------------------
 
-short DotsPerInch(long dpm) {
-  const long dpi = (dpm * 127 + 2500) / 5000;
-  return static_cast<short>(dpi >= 0 && dpi <= kLargestSide ? dpi : 0);
-}
-
 void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
   const int bits = PQel::GetBitCount(info.type);
   header.nImageType = static_cast<short>(info.type);
@@ -90,8 +85,8 @@ void FillHeader(CodecImageHeader &header, const PictureInfo &info) {
   header.nHeight = static_cast<short>(info.height);
   header.nLineBytes = static_cast<short>((info.width * bits + 31) / 32 * 4);
   header.nBitCount = static_cast<short>(bits);
-  header.nDpiX = DotsPerInch(info.dpm_x);
-  header.nDpiY = DotsPerInch(info.dpm_y);
+  header.nDpiX = fileio::DotsPerInch(info.dpm_x);
+  header.nDpiY = fileio::DotsPerInch(info.dpm_y);
   header.hPalette = PaletteOf(info.palette);
 }
 

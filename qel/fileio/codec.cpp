@@ -127,10 +127,6 @@ class FormatLibrary {
 
 // Saving -------------------------------------------------------------------------------------------------------------
 
-short DotsPerInch(long lDpm) {
-  return static_cast<short>((static_cast<DWORD>(lDpm) * 127u + 2500u) / 5000u);
-}
-
 CodecImageHeader MakeHeader(const PQel &image, HPALETTE hPal) {
   return {.nImageType = static_cast<short>(image.GetImageType()),
           .nWidth = static_cast<short>(image.GetImageWidth()),

@@ -27,6 +27,15 @@ struct CodecImageHeader {
 };
 static_assert(sizeof(CodecImageHeader) == 40);
 
+namespace qel::fileio {
+
+/// Dots per inch, rounded, as a header tells dots per metre; the low 16 bits of them.
+inline short DotsPerInch(long lDpm) {
+  return static_cast<short>((static_cast<DWORD>(lDpm) * 127u + 2500u) / 5000u);
+}
+
+}  // namespace qel::fileio
+
 /// Called by a library during a transfer; the engine's returns 0.
 using CodecWaitingCallback = int (*)(LONG, LONG, LONG);
 
