@@ -71,7 +71,7 @@ void PQel::ShowImage(HDC hdcDst, HDC hdcRef, RECT *pRect, int bForceBkgd, unsign
   if (m_bBlock || GetBitCount() > 32) {  // the platform takes linear rows of up to 32 bits
     PQel copy;
     const int nType = GetBitCount() > 32 ? kTrueColor : kTypeOfHeader;
-    if (copy.CreateImage(GetBI(), 0, 0, nType, kAllStores, 0, 0) && copy.xCopyPart(*this, 0, 0))
+    if (copy.CreateImage(GetBI(), 0, 0, nType, kAllStores, 0, 0) && copy.xCopyPart(*this, 0, 0, nullptr))
       copy.ShowImage(hdcDst, hdcRef, pRect, bForceBkgd, pMap);
     return;
   }
@@ -108,27 +108,20 @@ void PQel::ShowImage(HWND hWnd, HDC hdc, RECT *pRect, POINT *pScroll, int bForce
   PQel part;
   const bool bDeep = GetBitCount() > 8;
   if (!part.CreateImage(GetBI(), lWidth, lHeight, bDeep ? kTrueColor : kTypeOfHeader, kAllStores, 0, 0)) return;
-  if (bDeep) {
-    for (long y = lHeight - 1; y >= 0; --y) {
-      unsigned char *const pRow = part.xGetStoredSpan(0, lWidth, y);
-      if (pRow == nullptr || !Get24bitHorLine(across.from, across.fromEnd - 1, down.from + y, pRow, pMap)) return;
-    }
-  } else {
-    if (!part.xCopyPart(*this, across.from, down.from)) return;
-    if (const HPALETTE hPal = GetPalette(pMap)) part.SetPalette(hPal, 1);
-  }
+  if (!part.xCopyPart(*this, across.from, down.from, bDeep ? pMap : nullptr)) return;
+  if (const HPALETTE hPal = bDeep ? nullptr : GetPalette(pMap)) part.SetPalette(hPal, 1);
   RECT rcShown = {static_cast<LONG>(across.to), static_cast<LONG>(down.to), static_cast<LONG>(across.toEnd),
                   static_cast<LONG>(down.toEnd)};
   part.ShowImage(hdcDst != nullptr ? hdcDst : hdc, hdc, &rcShown, bForceBkgd, nullptr);
 }
 
-int PQel::xCopyPart(PQel &source, long x, long y) {
-  const bool bConvert = source.GetBitCount() != GetBitCount();
+int PQel::xCopyPart(PQel &source, long x, long y, unsigned char *pMap) {
+  const bool bConvert = pMap != nullptr || source.GetBitCount() != GetBitCount();
   const long lWidth = GetImageWidth();
   for (long l = m_lHeight - 1; l >= 0; --l) {
     unsigned char *const pRow = xGetStoredSpan(0, lWidth, l);
     if (pRow == nullptr) return 0;
-    if (!(bConvert ? source.Get24bitHorLine(x, x + lWidth - 1, y + l, pRow, nullptr)
+    if (!(bConvert ? source.Get24bitHorLine(x, x + lWidth - 1, y + l, pRow, pMap)
                    : source.GetHorLine(x, x + lWidth - 1, y + l, pRow)))
       return 0;
   }

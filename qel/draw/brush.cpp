@@ -94,7 +94,8 @@ int PBrush::SetStyle(int nStyle) {
     if (m_poPattern == &m_oHatch) m_poPattern = nullptr;
     return 1;
   }
-  if (m_poOwner == nullptr || xPreparePattern()) return 1;
+  if (m_nSelectCount == 0) return 1;
+  if ((m_poOwner != nullptr || m_poPattern != nullptr) && xPreparePattern()) return 1;
   m_nShape = nBefore;
   return 0;
 }
@@ -125,7 +126,8 @@ int PBrush::SetPattern(PQel *pPattern) {
 int PBrush::GetColorLine(long x1, long x2, long y, BYTE *pLine) {
   if (pLine == nullptr || x2 < x1) return 0;
   if (m_poPattern != nullptr)
-    return m_poPattern->GetHorLine(x1 + m_ptOrigin.x, x2 + m_ptOrigin.x, y + m_ptOrigin.y, pLine);
+    return (m_nBitCount == 0 || m_poPattern->GetBitCount() == m_nBitCount) &&
+           m_poPattern->GetHorLine(x1 + m_ptOrigin.x, x2 + m_ptOrigin.x, y + m_ptOrigin.y, pLine);
   if (m_nBitCount == 0) return 0;
   qel::draw::FillColorLine(pLine, m_nBitCount, x2 - x1 + 1, qel::draw::ToolColor(m_nBitCount, m_llForeColor));
   return 1;

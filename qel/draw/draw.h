@@ -23,10 +23,6 @@ class PPointStack;
 class PShield;
 class PTexture;
 
-namespace qel::mem {
-struct StoreGroup;
-}
-
 class QEL_API PQelDraw : public PQel {
   DECLARE_DYNAMIC(PQelDraw)
 
@@ -167,8 +163,8 @@ class QEL_API PQelDraw : public PQel {
   struct Stamp;      // a footprint on the image
   struct WorkLines;  // image, colours and weights of a row
 
-  /// Mix row r of a stamp: in the store (false: it cannot be), and through lines.
-  bool xStampInStore(const Stamp &s, long r, qel::mem::StoreGroup &stores);
+  /// Mix all rows of a stamp in the store (false: it cannot be), and row r through lines.
+  bool xStampInStore(const Stamp &s);
   void xStampRow(const Stamp &s, long r);
 
   /// True when nothing raises weights: no shield, texture or mask.

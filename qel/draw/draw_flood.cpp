@@ -13,7 +13,7 @@ namespace {
 using qel::lines::BoxTest;
 using qel::lines::ColorBox;
 
-constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255, kGlobalMemory = 1;
+constexpr int kMonochrome = 0, kTrueColor = 1, kOpenOnly = 255;
 
 BoxTest BoxAround(const unsigned char *pColor, int nTolerance) {
   ColorBox box;
@@ -30,12 +30,11 @@ class Rows {
   /// `bColors`: 24-bit pixels, else the image's own bits.
   Rows(PQel &image, bool bColors) : m_image(image), m_bColors(bColors) {
     if (bColors && image.GetImageType() != kTrueColor) return;
-    m_pStored = image.xGetStoredSpan(0, image.GetImageWidth(), 0);
-    const bool bFixed = m_pStored != nullptr && image.GetMemType() == kGlobalMemory;  // all of it is committed
-    if (bFixed) m_lRowBytes = image.GetBIH()->biHeight < 0 ? image.GetLineBytes() : -image.GetLineBytes();
+    m_pRows = image.xGetStoredRows(&m_lRowStep);
+    m_bStored = m_pRows != nullptr || image.xGetStoredSpan(0, image.GetImageWidth(), 0) != nullptr;
   }
 
-  bool IsStored() const { return m_pStored != nullptr; }
+  bool IsStored() const { return m_bStored; }
 
   bool Alloc(long lWidth) {
     return m_line.AllocMemory(GHND, static_cast<unsigned long>(m_bColors ? 3 * lWidth + 4 : lWidth / 8 + 8)) != nullptr;
@@ -45,8 +44,8 @@ class Rows {
   /// start at the first column.
   unsigned char *Get(long x1, long x2, long y, long *pFrom) {
     *pFrom = 0;
-    if (m_lRowBytes != 0) return m_pStored + y * m_lRowBytes;
-    if (IsStored()) return m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y);
+    if (m_pRows != nullptr) return m_pRows + y * m_lRowStep;
+    if (m_bStored) return m_image.xGetStoredSpan(0, m_image.GetImageWidth(), y);
     *pFrom = x1;
     unsigned char *const pLine = m_line.GetPointer();
     return (m_bColors ? m_image.Get24bitHorLine(x1, x2, y, pLine, nullptr) : m_image.GetHorLine(x1, x2, y, pLine))
@@ -57,8 +56,9 @@ class Rows {
  private:
   PQel &m_image;
   bool m_bColors;
-  unsigned char *m_pStored = nullptr;  // row 0
-  long m_lRowBytes = 0;                // to the next row down, where that is known
+  unsigned char *m_pRows = nullptr;  // all of them, where they are always committed
+  long m_lRowStep = 0;
+  bool m_bStored = false;
   PMem m_line;
 };
 
@@ -66,6 +66,8 @@ class Rows {
 
 int PQelDraw::xMakeVisited(PQel &visited) {
   PQel &like = m_poCurMask != nullptr ? *m_poCurMask : *this;
+  if (!like.IsEnableRepeat() && (like.GetImageWidth() != GetImageWidth() || like.GetImageHeight() != m_lHeight))
+    return 0;  // the mask has become another image
   if (!visited.CreateImage(kMonochrome, like.GetImageWidth(), like.GetImageHeight(), 0, nullptr, 0, 0, 1, 0, 0))
     return 0;
   if (m_poCurMask != nullptr ? !visited.ConvertImage(m_poCurMask, 0, kOpenOnly, 0) : !visited.Clear(0)) return 0;
@@ -142,10 +144,10 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
 // Runs ---------------------------------------------------------------------------------------------------------------
 
 int PQelDraw::xFindMaskBound(long *pLeft, long *pRight, long x, long lWidth, BYTE *pBits) {
-  if (!qel::lines::IsOpen(pBits, x)) return 0;
-  *pLeft = qel::lines::FirstOpen(pBits, x, 0);
-  *pRight = qel::lines::LastOpen(pBits, x, lWidth - 1);
-  return 1;
+  const bool bOpen = qel::lines::IsOpen(pBits, x);
+  *pLeft = bOpen ? qel::lines::FirstOpen(pBits, x, 0) : x + 1;
+  *pRight = bOpen ? qel::lines::LastOpen(pBits, x, lWidth - 1) : x - 1;
+  return bOpen;
 }
 
 int PQelDraw::xFindImageBound(long *pLeft, long *pRight, long x, BYTE *pLine, BYTE byRedLow, BYTE byRedHigh,

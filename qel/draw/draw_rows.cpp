@@ -93,6 +93,7 @@ bool PQelDraw::xFillRunsInStore(const long *pRuns, long lPairs, long y) {
 }
 
 int PQelDraw::xPaintBrushRow(long x1, long x2, long y, WorkLines &lines) {
+  if (m_poCurBrush->m_nBitCount != GetBitCount()) return 0;  // the image has another depth than when it was selected
   if (!GetHorLine(x1, x2, y, lines.pImage) || !m_poCurBrush->GetColorLine(x1, x2, y, lines.pColors)) return 0;
   xMakeWeights(x1, x2, y, lines.pWeights);
   MixHorLineWithGrayMask(x1, x2, y, lines.pColors, lines.pImage, lines.pWeights);
@@ -173,12 +174,14 @@ int PQelDraw::GetUnMaskHorLine(long x1, long x2, long y, BYTE *pDst, BYTE *pResu
   if (pDst == nullptr || pResult == nullptr || x2 < x1 || m_nImageType < 0 || m_nImageType > 9) return 0;
   if (!GetHorLine(x1, x2, y, pResult)) return 0;
   if (m_poCurMask == nullptr) return 1;
+  const int nMaskBits = m_poCurMask->GetBitCount();
+  if (nMaskBits != 1 && nMaskBits != 8) return 0;  // it has become another image
   const long n = x2 - x1 + 1;
   PMem memory;  // the mask's pixels, and what they weigh
   if (IsFar(n) || !memory.AllocMemory(GHND, static_cast<unsigned long>(2 * n + 8))) return 0;
   unsigned char *const pMask = memory.GetPointer(), *pWeights = pMask;
   if (!m_poCurMask->GetHorLine(x1, x2, y, pMask)) return 0;
-  if (m_poCurMask->GetBitCount() != 8) qel::lines::BitsToGray(pWeights = pMask + n + 8, pMask, n, false);
+  if (nMaskBits != 8) qel::lines::BitsToGray(pWeights = pMask + n + 8, pMask, n, false);
   qel::ops::kMixes[m_nImageType](pResult, pDst, pWeights, n);
   return 1;
 }

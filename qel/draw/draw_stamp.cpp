@@ -28,6 +28,7 @@ struct PQelDraw::Stamp {
 int PQelDraw::xDrawPixel(POINT *pPoint) {
   PPen *const pPen = m_poCurPen;
   if (pPen == nullptr || pPoint == nullptr || IsEmpty() || pPen->m_nSize < 1) return 0;
+  if (pPen->m_nBitCount != GetBitCount()) return 0;  // the image has another depth than when it was selected
   if (!pPen->xPrepareWork(GetBitCount())) return 0;
   const long lScale = m_bAntiAlias ? qel::draw::kSubPixels : 1, lSize = pPen->m_nSize;
   Stamp s = {0, lSize - 1, 0, lSize - 1, pPoint->x / lScale - lSize / 2, pPoint->y / lScale - lSize / 2};
@@ -40,24 +41,31 @@ int PQelDraw::xDrawPixel(POINT *pPoint) {
   }
   const long lStep = m_pBIH->biHeight > 0 ? -1 : 1;  // in the order of the store
   const long lFrom = lStep > 0 ? s.top : s.bottom, lEnd = (lStep > 0 ? s.bottom : s.top) + lStep;
-  const bool bInStore = xIsUnweighted() && GetBitCount() >= 8 && m_pMem->GetMirrorMem() == nullptr;
-  qel::mem::StoreGroup stores = {{m_pMem}};
-  for (long r = lFrom; r != lEnd; r += lStep)
-    if (!bInStore || !xStampInStore(s, r, stores)) xStampRow(s, r);
+  if (xStampInStore(s)) return 1;
+  for (long r = lFrom; r != lEnd; r += lStep) xStampRow(s, r);
   return 1;
 }
 
-bool PQelDraw::xStampInStore(const Stamp &s, long r, qel::mem::StoreGroup &stores) {
+bool PQelDraw::xStampInStore(const Stamp &s) {
   PPen &pen = *m_poCurPen;
-  const long n = s.last - s.first + 1;
-  unsigned char *const pTo = xGetStoredSpan(s.x + s.first, n, s.y + r);
-  unsigned char *const pWeights = pTo == nullptr ? nullptr : pen.m_poShapeImage->xGetStoredSpan(s.first, n, r);
-  if (pWeights == nullptr) return false;
-  unsigned char *const pColors = pen.m_memWork.GetPointer();
-  if (pen.m_poColorImage != nullptr && !pen.GetColorLine(s.first, s.last, r, pColors)) return true;
-  InvalidateLine(s.x + s.first, s.x + s.last, s.y + r);
+  PQel *const pShape = pen.m_poShapeImage;
+  if (!xIsUnweighted() || GetBitCount() < 8 || m_pMem->GetMirrorMem() != nullptr) return false;
+  if (pen.m_poColorImage != nullptr || pShape == nullptr || pShape->GetBitCount() != 8) return false;
+  if (s.last >= pShape->GetImageWidth() || s.bottom >= pShape->GetImageHeight()) return false;
+  long lToStep, lWeightStep;
+  unsigned char *const pRows = xGetStoredRows(&lToStep);
+  const unsigned char *const pShapeRows = pShape->xGetStoredRows(&lWeightStep);
+  if (pRows == nullptr || pShapeRows == nullptr) return false;
+
+  const long n = s.last - s.first + 1, lX = s.x + s.first;
+  for (const long r : {s.top, s.bottom}) InvalidateLine(lX, lX + n - 1, s.y + r);
+  unsigned char *const pTo = pRows + s.y * lToStep + lX * (GetBitCount() / 8);
+  const unsigned char *const pWeights = pShapeRows + s.first, *const pColors = pen.m_memWork.GetPointer();
   const qel::ops::Mix mix = qel::ops::kMixes[m_nImageType];
-  qel::mem::AccessStores(stores, [=] { mix(pTo, pColors, pWeights, n); });
+  qel::mem::StoreGroup stores = {{m_pMem}};
+  qel::mem::AccessStores(stores, [=] {
+    for (long r = s.top; r <= s.bottom; ++r) mix(pTo + r * lToStep, pColors, pWeights + r * lWeightStep, n);
+  });
   return true;
 }
 

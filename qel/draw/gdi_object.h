@@ -3,7 +3,11 @@
 //
 // A tool belongs to its caller, and a context only points at it. One tool may be selected into several contexts as long
 // as their images have the same number of bits a pixel. A tool that is destroyed while selected leaves its contexts
-// first.
+// first. A context whose image gets another depth while tools are selected into it paints nothing with pens and nothing
+// but plain colours with brushes until they are selected again.
+//
+// Images that a tool is given (footprint, colours, pattern, texture) stay the caller's and have to live as long as the
+// tool points at them: nothing tells a tool that one of them is gone.
 #pragma once
 
 #include "qel/export.h"

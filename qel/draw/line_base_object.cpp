@@ -12,7 +12,7 @@ IMPLEMENT_DYNAMIC(PLineBaseObject, PGDIObject)
 namespace {
 
 constexpr unsigned short kPatterns[] = {0xFFFF, 0xF00F, 0xCCCC, 0xFF18, 0xFF24};
-constexpr int kStyles = 5, kPhases = 4096;
+constexpr int kStyles = 5, kPatternBits = 16, kPhasesPerBit = 256, kPhases = kPatternBits * kPhasesPerBit;
 
 POINT PointAt(long x, long y) {
   return {qel::draw::Saturated(x), qel::draw::Saturated(y)};
@@ -35,16 +35,18 @@ int PLineBaseObject::MoveTo(long x, long y, POINT *pOld) {
 }
 
 int PLineBaseObject::LineTo(long x, long y, POINT *pOld) {
-  if (m_poOwner == nullptr || m_nSize < 1 || !(m_dSpacing > 0)) return 0;
+  if (m_poOwner == nullptr || m_nSize < 1 || !(m_dSpacing > 0) || !std::isfinite(m_dSpacing)) return 0;
   const POINT from = m_ptCurrent, to = PointAt(x, y);
+  // Squares of far points pass 32 bits: doubles give the lengths that 32 bits give where they hold, and true ones
+  // beyond.
   const double dx = static_cast<double>(to.x) - from.x, dy = static_cast<double>(to.y) - from.y;
   const double length = std::sqrt(dx * dx + dy * dy), step = m_nSize * m_dSpacing;
   if (length + step <= length) return 0;  // dabs so close that none would ever be the last
-  const int nPhaseStep = static_cast<int>(std::fmod(std::trunc(256 * m_dSpacing), kPhases));
+  const int nPhaseStep = static_cast<int>(kPhasesPerBit * std::fmod(m_dSpacing, kPatternBits));  // exact, any spacing
   const unsigned nPattern = kPatterns[std::clamp(m_nLineStyle, 0, kStyles - 1)];
   double t = m_dDistance;
   for (; t <= length; t += step) {
-    if (nPattern >> (15 - m_nStylePhase / 256 % 16) & 1) {
+    if (nPattern >> (kPatternBits - 1 - m_nStylePhase / kPhasesPerBit % kPatternBits) & 1) {
       POINT dab = from;
       if (length != 0 && t != 0)
         dab = PointAt(std::lround(from.x + t * dx / length), std::lround(from.y + t * dy / length));

@@ -11,7 +11,7 @@ IMPLEMENT_DYNAMIC(PPen, PLineBaseObject)
 
 namespace {
 
-constexpr int kCallersShape = 100, k256Grays = 5, kLargestSize = 2048;
+constexpr int kCallersShape = 100, k256Grays = 5, kWeightBits = 8, kLargestSize = 2048;
 
 }  // namespace
 
@@ -36,7 +36,7 @@ PPen::~PPen() {
 }
 
 int PPen::OnSelect(PQelDraw *pDraw) {
-  if (pDraw == nullptr || m_poShapeImage == nullptr || m_poShapeImage->IsEmpty()) return 0;
+  if (pDraw == nullptr || m_poShapeImage == nullptr || m_poShapeImage->GetBitCount() != kWeightBits) return 0;
   const int nBits = pDraw->GetBitCount();
   if (nBits != m_nBitCount &&
       (m_nSelectCount > 0 || (m_poColorImage != nullptr && m_poColorImage->GetBitCount() != nBits)))
@@ -125,7 +125,7 @@ int PPen::ChangeColor(long long llColor) {
 }
 
 int PPen::SetFeather(int nFeather) {
-  if (m_poShapeImage == nullptr || m_nShape >= kCallersShape) return nFeather;
+  if (m_poShapeImage == nullptr || m_poShapeImage->IsEmpty() || m_nShape >= kCallersShape) return nFeather;
   const int nBefore = m_nFeather;
   m_nFeather = std::clamp(nFeather, 0, 255);
   if (m_nFeather != nBefore) xBuildFeather();
@@ -153,12 +153,15 @@ int PPen::LoadShapeLibrary(PQel *pTiles, long lTileSize) {
 
 int PPen::GetColorLine(long x1, long x2, long y, BYTE *pLine) {
   if (pLine == nullptr || x2 < x1) return 0;
-  if (m_poColorImage != nullptr) return m_poColorImage->GetHorLine(x1, x2, y, pLine);
+  if (m_poColorImage != nullptr)  // it may have become another image since the selection
+    return (m_nBitCount == 0 || m_poColorImage->GetBitCount() == m_nBitCount) &&
+           m_poColorImage->GetHorLine(x1, x2, y, pLine);
   if (m_nBitCount == 0) return 0;
   qel::draw::FillColorLine(pLine, m_nBitCount, x2 - x1 + 1, qel::draw::ToolColor(m_nBitCount, m_llColor));
   return 1;
 }
 
 int PPen::GetShapeLine(long x1, long x2, long y, BYTE *pLine) {
-  return m_poShapeImage != nullptr && m_poShapeImage->GetHorLine(x1, x2, y, pLine);
+  return m_poShapeImage != nullptr && m_poShapeImage->GetBitCount() == kWeightBits &&
+         m_poShapeImage->GetHorLine(x1, x2, y, pLine);
 }

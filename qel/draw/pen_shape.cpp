@@ -52,11 +52,11 @@ int PPen::xDrawShape(PQel *pImage, long lSize) {
 }
 
 int PPen::xBuildFeather() {
-  if (m_poShapeImage == nullptr) return 0;
+  if (m_poShapeImage == nullptr || m_poShapeImage->IsEmpty()) return 0;
   if (m_nShape >= kCallersShape) return 1;
   PQel &footprint = *m_poShapeImage;
   footprint.Clear(kOutside);  // what smooth edges are blended with is the copy for undo
-  footprint.EnableUndo(1);
+  if (!footprint.EnableUndo(1)) return 0;
   footprint.EnableAntiAlias(1);
   const int nResult = xAverageShapes(footprint);
   footprint.EnableUndo(0);
@@ -66,7 +66,8 @@ int PPen::xBuildFeather() {
 int PPen::xAverageShapes(PQel &footprint) {
   const long lWidth = footprint.GetImageWidth(), lHeight = footprint.GetImageHeight();
   const long lStart = kSubPixels * lWidth;
-  const long lLeast = std::max((255L - m_nFeather) * kSubPixels * lWidth / 255, 1L);
+  const long lSoftest = std::max((255L - m_nFeather) * kSubPixels * lWidth / 255, 1L);
+  const long lLeast = m_nShape >= kLibraryShape ? lStart : lSoftest;  // a tile has one size: so do its averages
   PMem sums, line;
   auto *const pdwSums = reinterpret_cast<std::uint32_t *>(
       sums.AllocMemory(GHND, static_cast<unsigned long>(lWidth * lHeight) * sizeof(std::uint32_t)));

@@ -16,10 +16,10 @@
 #include "qel/fileio/codec_header.h"
 #include "qel/fileio/file_access.h"
 #include "qel/image/image.h"
-#include "qel/platform/gdi/object.h"
 #include "qel/platform/kernel/file.h"
 #include "qel/platform/kernel/module.h"
 #include "qel/platform/kernel/profile.h"
+#include "qel/platform/mfc/palette.h"
 
 namespace qel::fileio {
 namespace {
@@ -36,22 +36,6 @@ constexpr int kAllStores = 15;
 thread_local std::string t_strTransferError;  // empty: none
 
 // Owners -------------------------------------------------------------------------------------------------------------
-
-class Palette {
- public:
-  explicit Palette(HPALETTE hPal) : m_hPal(hPal) {}
-  ~Palette() {
-    if (m_hPal) DeleteObject(m_hPal);
-  }
-  Palette(const Palette &) = delete;
-  Palette &operator=(const Palette &) = delete;
-
-  HPALETTE Get() const { return m_hPal; }
-  HPALETTE Release() { return std::exchange(m_hPal, nullptr); }
-
- private:
-  HPALETTE m_hPal;
-};
 
 class OpenedFile {
  public:
@@ -179,15 +163,16 @@ int PQel::OpenImage(const char *pszName, const char *pszLibrary) {
 
   CodecImageHeader header = {};
   const int bKnown = library.GetHeaderEntry<CodecReadHeader>()(file.Get(), &header, 1);
-  Palette palette(header.hPalette);
+  CPalette palette;
+  palette.Attach(header.hPalette);
   if (!bKnown) return 0;
   if (!CreateImage(header.nImageType, header.nWidth, header.nHeight, 0, nullptr, 0, 0, kAllStores, 0, 0)) return 0;
-  if (!m_pMem->CommitMemory(0, m_pMem->GetSize())) {
+  if (!CommitStore()) {
     DeleteImage(1);
     return 0;
   }
   library.Transfer(file.Get(), *this);
-  if (palette.Get()) SetPalette(palette.Release(), 1);
+  if (palette.GetSafeHandle()) SetPalette(static_cast<HPALETTE>(palette.Detach()), 1);
   return 1;
 }
 
@@ -205,13 +190,14 @@ int PQel::SaveImage(const char *pszName, const char *pszLibrary) {
     if (!bCopied) return 0;
   }
   PQel &image = m_bBlock ? linear : *this;
-  if (!image.m_pMem->CommitMemory(0, image.m_pMem->GetSize())) return 0;
+  if (!image.CommitStore()) return 0;
 
-  const Palette palette(image.GetPalette(nullptr));
+  CPalette palette;
+  palette.Attach(image.GetPalette(nullptr));
   OpenedFile file(pszName, OF_CREATE | OF_READWRITE);
-  CodecImageHeader header = MakeHeader(image, palette.Get());
+  CodecImageHeader header = MakeHeader(image, palette);
   const auto pfnSaveHeader = library.GetHeaderEntry<CodecSaveHeader>();
-  if (!file.IsOpen() || !pfnSaveHeader(file.Get(), &header, palette.Get() != nullptr, 0)) {
+  if (!file.IsOpen() || !pfnSaveHeader(file.Get(), &header, palette.GetSafeHandle() != nullptr, 0)) {
     if (file.IsOpen()) library.KeepError();
     file.Close();
     RemovePartlyWritten(pszName);

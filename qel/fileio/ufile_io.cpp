@@ -5,11 +5,11 @@
 #include <memory>
 
 #include "qel/fileio/reader_library.h"
-#include "qel/platform/gdi/object.h"
 #include "qel/platform/kernel/file.h"
 #include "qel/platform/kernel/module.h"
 #include "qel/platform/kernel/resource.h"
 #include "qel/platform/message_box.h"
+#include "qel/platform/mfc/palette.h"
 #include "qel/platform/mfc/thread.h"
 
 namespace qel::fileio {
@@ -18,53 +18,37 @@ namespace {
 constexpr int kAllStores = 15;
 constexpr UINT kNoMemoryMessage = 131, kApplicationTitle = 0xE000;
 
-struct DeletePalette {
-  void operator()(HPALETTE hPal) const { DeleteObject(hPal); }
-};
-using OwnedPalette = std::unique_ptr<HPALETTE__, DeletePalette>;
-
 /// An image on its way to the caller.
 struct Opened {
   std::unique_ptr<PQel> image;  // null: none could be made
-  OwnedPalette palette;
+  CPalette palette;
   bool known = false;  // the reader library can read the file
 
   /// The image with its palette.
   PQel *Finish() {
-    if (palette) image->SetPalette(palette.release(), 1);
+    if (palette.GetSafeHandle()) image->SetPalette(static_cast<HPALETTE>(palette.Detach()), 1);
     return image.release();
   }
 };
 
 /// Makes an image after a file's header.
-Opened OpenHeader(const CString &strPath) {
-  Opened opened;
-  if (strPath.Find('.') < 0 || OpenFile(strPath, nullptr, OF_EXIST) == HFILE_ERROR) return opened;
+void OpenHeader(const CString &strPath, Opened &opened) {
+  if (strPath.Find('.') < 0 || OpenFile(strPath, nullptr, OF_EXIST) == HFILE_ERROR) return;
   BITMAPINFOHEADER header = {};
-  if (!AllReadHeader(strPath, &header)) return opened;
+  if (!AllReadHeader(strPath, &header)) return;
   opened.known = true;
-  opened.palette.reset(AllReadPalette(strPath));
+  opened.palette.Attach(AllReadPalette(strPath));
   opened.image = std::make_unique<PQel>();
   if (!opened.image->CreateImage(PQel::GetImageType(header.biBitCount), header.biWidth, header.biHeight,
                                  static_cast<int>(header.biClrUsed), nullptr,
                                  static_cast<unsigned long>(header.biXPelsPerMeter),
                                  static_cast<unsigned long>(header.biYPelsPerMeter), kAllStores, 0, 1))
     opened.image.reset();
-  return opened;
-}
-
-/// Commits a whole store: the reader library knows nothing of guarded access. The field is named through a class of our
-/// own, since only derived ones may.
-bool CommitStore(PQel &image) {
-  struct Derived : PQel {
-    static PMem *StoreOf(PQel &image) { return image.*&Derived::m_pMem; }
-  };
-  return Derived::StoreOf(image)->CommitMemory(0, image.GetImageSize()) != nullptr;
 }
 
 bool ReadPixels(const CString &strPath, PQel &image, AllProgress pfnProgress) {
   tagLmmInfo info = {};
-  return CommitStore(image) && image.UpdateBI() && image.GetLmmInfo(&info) &&
+  return image.CommitStore() && image.UpdateBI() && image.GetLmmInfo(&info) &&
          AllReadDIBImg(strPath, &info, image.GetLmmOffset(), pfnProgress);
 }
 
@@ -95,7 +79,8 @@ int UFileIO::UFileIOTerm() {
 }
 
 PQel *UFileIO::UFileOpen(CString strPath) {
-  Opened opened = OpenHeader(strPath);
+  Opened opened;
+  OpenHeader(strPath, opened);
   const auto pfnProgress = [](LONG, LONG, LONG) { return 0; };
   if (!opened.image || !ReadPixels(strPath, *opened.image, pfnProgress)) return nullptr;
   return opened.Finish();
@@ -105,7 +90,8 @@ PQel *UFileIO::UFileOpen(CString strPath, int *pnResult) {
   int nIgnored;
   int &nResult = pnResult ? *pnResult : nIgnored;
   nResult = -1;
-  Opened opened = OpenHeader(strPath);
+  Opened opened;
+  OpenHeader(strPath, opened);
   if (opened.known && !opened.image) TellNoMemory();
   if (!opened.image || !ReadPixels(strPath, *opened.image, nullptr)) return nullptr;
   nResult = 1;
@@ -114,6 +100,7 @@ PQel *UFileIO::UFileOpen(CString strPath, int *pnResult) {
 
 PQel *UFileIO::UFileOpenHeader(CString strPath) {
   // The palette is attached, so that the image shows the file's colours when its pixels come from elsewhere.
-  Opened opened = OpenHeader(strPath);
+  Opened opened;
+  OpenHeader(strPath, opened);
   return opened.image ? opened.Finish() : nullptr;
 }

@@ -12,7 +12,6 @@
 #include "qel/lines/pixels.h"
 #include "qel/lines/rescale.h"
 #include "qel/lines/sample.h"
-#include "qel/platform/kernel/global_memory.h"
 
 namespace {
 
@@ -156,17 +155,9 @@ struct RotateSource {
   const unsigned char *pPixels = nullptr;  // its top row, when all rows lie one by one in memory that can be read
   long lRowBytes = 0;                      // from row to row; negative when the bottom row comes first
 
-  RotateSource(PQel *pImage, ImageHookProc pfnHook, const RGBQUAD *pColors)
-      : image(pImage), isWatched(pfnHook != nullptr || pImage->IsEnableRepeat()), pTable(pColors) {
-    tagLmmInfo info;
-    if (pImage->GetMemType() != 1 || !pImage->GetLmmInfo(&info) || info.wMemKind != 1) return;
-    const auto *const pStore = static_cast<const unsigned char *>(GlobalLock(info.pvMem));
-    if (pStore == nullptr) return;
-    GlobalUnlock(info.pvMem);  // the store holds a lock of its own
-    const bool bTopDown = pImage->GetBIH()->biHeight < 0;
-    const long lBytes = pImage->GetLineBytes();
-    lRowBytes = bTopDown ? lBytes : -lBytes;
-    pPixels = pStore + pImage->GetLmmOffset() + (bTopDown ? 0 : (pImage->GetImageHeight() - 1) * lBytes);
+  RotateSource(PQel *pImage, const RGBQUAD *pColors)
+      : image(pImage), isWatched(pImage->GetHookProc() != nullptr || pImage->IsEnableRepeat()), pTable(pColors) {
+    pPixels = pImage->xGetStoredRows(&lRowBytes);
   }
 };
 
@@ -371,17 +362,15 @@ unsigned long PixelOf(unsigned long dwColorRef) {
 
 int PQel::Rotate24bitImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground) {
   if (pSource == nullptr || pSource == this) return 0;
-  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample,
-                {3, PixelOf(dwBackground), false});
+  return Rotate(this, {pSource, pSource->m_pRGBQuad}, nAngle, nSample, {3, PixelOf(dwBackground), false});
 }
 
 int PQel::Rotate24bitImage(PQel *pSource, int nAngle, int nSample) {
   if (pSource == nullptr || pSource == this) return 0;
-  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample, {3, 0, true});
+  return Rotate(this, {pSource, pSource->m_pRGBQuad}, nAngle, nSample, {3, 0, true});
 }
 
 int PQel::RotateGrayImage(PQel *pSource, int nAngle, int nSample, unsigned long dwBackground) {
   if (pSource == nullptr || pSource == this) return 0;
-  return Rotate(this, {pSource, pSource->m_pfnHook, pSource->m_pRGBQuad}, nAngle, nSample,
-                {1, dwBackground & 0xFF, false});
+  return Rotate(this, {pSource, pSource->m_pRGBQuad}, nAngle, nSample, {1, dwBackground & 0xFF, false});
 }

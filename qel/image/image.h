@@ -219,9 +219,18 @@ class QEL_API PQel : public CObject {
   /// Bytes that a buffer needs for pixels x0 to x1, a multiple of 4; 0 for an empty image or span.
   long GetHorLineSize(long x0, long x1);
 
-  /// For operations that work in the store: the bytes of lCount pixels from (x, y) on where they are stored, committed;
-  /// x starts a byte. Null when somebody sees the row pass, the layout is another, or not all of them lie in the image.
+  // For operations that work in the store. Both are null when somebody sees the rows pass or the layout is another.
+
+  /// The bytes of lCount pixels from (x, y) on where they are stored, committed; x starts a byte. Null also when not
+  /// all of them lie in the image.
   unsigned char *xGetStoredSpan(long x, long lCount, long y);
+
+  /// The first byte of the top row, and in *plStep the way from there to the next row down (negative where the bottom
+  /// row comes first). Null also for the stores whose rows are committed one by one.
+  unsigned char *xGetStoredRows(long *plStep);
+
+  /// Commits the whole store, for those who work on it by its address (GetLmmInfo); 0 when memory is short.
+  int CommitStore();
 
   /// Changes between linear and square-block layout with blocks of `lBlockSize` pixels (rounded up to a multiple of 8;
   /// 0: as set). The pixels are rebuilt; a failure keeps the image as it was. An empty image gives 0, but the next one
@@ -783,8 +792,8 @@ class QEL_API PQel : public CObject {
   // Display ----------------------------------------------------------------------------------------------------------
 
   /// Fills this linear image with the part of a source from (x, y) on, as it is stored there or, when this image alone
-  /// has 24 bits, as such pixels.
-  int xCopyPart(PQel &source, long x, long y);
+  /// has 24 bits, as such pixels through a map (null: none).
+  int xCopyPart(PQel &source, long x, long y, unsigned char *pMap);
 
   /// The first stored row in linear layout, all committed; null for an empty image and in block layout.
   unsigned char *xGetPixels();

@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr int kGlobalMemory = 1;  // all of it is committed, always
+
 enum Verdict { kRefused = 0, kNothing = 1, kMoved = 2 };
 
 /// True for 0 <= first <= last < size, in two comparisons.
@@ -92,6 +94,16 @@ unsigned char *PQel::xGetStoredSpan(long x, long lCount, long y) {
   if (x < 0 || lCount < 1 || y < 0 || lCount > GetImageWidth() - x || y >= m_lHeight) return nullptr;
   const long lBits = GetBitCount();
   return m_pMem->CommitMemory(xGetRowOffset(x * lBits / 8, y), static_cast<unsigned long>((lCount * lBits + 7) / 8));
+}
+
+unsigned char *PQel::xGetStoredRows(long *plStep) {
+  if (m_nMemType != kGlobalMemory) return nullptr;
+  *plStep = IsEmpty() || m_pBIH->biHeight < 0 ? m_lLineBytes : -m_lLineBytes;
+  return xGetStoredSpan(0, GetImageWidth(), 0);
+}
+
+int PQel::CommitStore() {
+  return !IsEmpty() && m_pMem->CommitMemory(0, m_pMem->GetSize()) != nullptr;
 }
 
 int PQel::xGetHorLine(long x0, long x1, long y, unsigned char *pBuf) {

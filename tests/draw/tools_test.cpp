@@ -75,6 +75,14 @@ TEST(Strokes, StampAtEqualDistancesInThePatternOfTheirStyle) {
     draw.SelectPen(nullptr);
   }
   EXPECT_FALSE(pen.LineTo(1, 1, nullptr));  // selected nowhere
+  draw.SelectPen(&pen);
+  for (const double spacing : {1e-300, 1.7e308}) {  // endless, and a single dab
+    draw.dabs.clear();
+    pen.SetLineStyle(0);
+    ASSERT_TRUE(pen.SetSpacing(spacing));
+    EXPECT_EQ(pen.DrawLine(0, 0, 2147483647, -2147483647), spacing > 1);
+    EXPECT_EQ(draw.dabs.size(), spacing > 1 ? 1U : 0U);
+  }
   EXPECT_FALSE(pen.SetSpacing(0) || pen.SetSpacing(NAN) || pen.SetShape(7, 5) || pen.SetShape(10, 5) ||
                pen.SetShape(0, 0));
 }
@@ -283,6 +291,51 @@ TEST(Selection, BelongsToContextsOfOneDepthAndEndsWithToolOrContext) {
   mask.EnableRepeat(1);
   third->SelectMask(&mask);
   EXPECT_EQ(third->SelectMask(nullptr), &mask);
+}
+
+/// A context, and every image that its tools point at, become other images while all of them are selected.
+TEST(Selection, OutlivesOtherImagesInTheSameObjects) {
+  constexpr int kTypes[] = {0, 2, 5, 6, 1, 8, 9};
+  std::mt19937 random(7);
+  const auto any = [&](int nLimit) { return static_cast<int>(random() % static_cast<unsigned>(nLimit)); };
+  for (int round = 0; round < 150; ++round) {
+    PQelDraw draw, source;
+    PQel colors, footprint, pattern, texture, mask;
+    PPen pen;
+    PBrush brush;
+    PTexture weights;
+    PShield shield;
+    const int nType = kTypes[any(7)];
+    Make(draw, nType, 20, 20), Make(source, nType, 20, 20), Make(colors, nType, 9, 9), Make(footprint, 5, 9, 9);
+    Make(pattern, nType, 7, 5), Make(texture, 5, 6, 6), Make(mask, 5, 20, 20);
+    ASSERT_TRUE(pen.SetShapeImage(&footprint) && pen.SetColorImage(any(2) ? &colors : nullptr));
+    ASSERT_TRUE(brush.SetPattern(any(2) ? &pattern : nullptr) && weights.SetTexture(&texture));
+    ASSERT_TRUE(shield.SetRule(0, 4, 100, 30));
+    draw.SelectPen(&pen), draw.SelectBrush(&brush);
+    if (any(2)) draw.SelectTexture(&weights);
+    if (any(2)) draw.SelectShield(&shield);
+    if (any(2)) draw.SelectMask(&mask), source.SelectMask(&mask);
+    ASSERT_TRUE(draw.IsSelect(&pen) && draw.IsSelect(&brush));
+    PQel *const kImages[] = {&draw, &source, &colors, &footprint, &pattern, &texture, &mask};
+    const int nOther = kTypes[any(7)], nSize = 1 + any(60);
+    for (PQel *pImage : kImages) {
+      if (any(2)) Make(*pImage, any(3) ? nOther : kTypes[any(7)], nSize, 1 + any(60));
+      if (any(12) == 0) pImage->DeleteImage(1);
+    }
+    for (int k = 0; k < 4; ++k) {
+      draw.DrawLine(any(70) - 5, any(70) - 5, any(70) - 5, any(70) - 5);
+      draw.PQelDraw::FillRect(nullptr);
+      draw.BitBlt(any(30) - 5, any(30) - 5, 40, 40, &source, any(9) - 4, any(9) - 4);
+      draw.FloodFill(CPoint(any(30), any(30)), 40, nullptr);
+      draw.Update();
+    }
+    draw.SetRepeat(0, 0);
+    draw.DrawLine(-50, -20, 70, 90);
+    brush.SetStyle(any(6));
+    draw.FillBrushHorLine(-5, 70, 3);
+    if (draw.GetBitCount() != PQel::GetBitCount(nType))
+      EXPECT_EQ(draw.DrawPixel(3, 3), 0);  // selected at another depth
+  }
 }
 
 TEST(Selection, ColoursBecomeValuesOfTheContext) {
