@@ -126,8 +126,11 @@ TEST(Batch, LeavesNothingHalfDoneWhenInterruptedAndGoesOn) {
 
   const test::Scratch streams;
   const pid_t child = test::Start(streams, {QEL_PROGRAM, "batch", in, out, "--jobs", "2", "turn", "left"});
-  while (!std::filesystem::exists(out + "/a") && !std::filesystem::exists(out + "/b")) usleep(500);
-  usleep(10000);
+  const auto recorded = [&out] {  // the command, then a line a picture that is done
+    const std::string text = std::filesystem::exists(out + "/.qel-batch") ? test::ReadFile(out + "/.qel-batch") : "";
+    return std::count(text.begin(), text.end(), '\n') > 1;
+  };
+  while (!recorded()) usleep(500);
   kill(child, SIGTERM);
   EXPECT_EQ(test::Wait(child), 128 + SIGTERM) << test::ReadFile(streams / "err");
   EXPECT_TRUE(EndsWith(test::ReadFile(streams / "out"), "interrupted, the same command goes on from here\n"));
