@@ -48,11 +48,11 @@ int PPen::OnSelect(PQelDraw *pDraw) {
 
 int PPen::xPrepareWork(int nBits) {
   const long lLineBytes = (std::max(m_nSize, 0) + 1L) * nBits / 8 + 8;
-  const long lBytes = 2 * lLineBytes + m_nSize + 8;
-  if (lLineBytes <= m_lLineBytes && static_cast<unsigned long>(lBytes) <= m_memWork.GetSize()) return 1;
+  const auto bytes = [this](long lLine) { return static_cast<unsigned long>(2 * lLine + m_nSize + 8); };
+  if (lLineBytes <= m_lLineBytes && bytes(m_lLineBytes) <= m_memWork.GetSize()) return 1;  // lines keep their places
   m_memWork.FreeMemory();
   m_lLineBytes = 0;
-  if (!m_memWork.AllocMemory(GHND, static_cast<unsigned long>(lBytes))) return 0;
+  if (!m_memWork.AllocMemory(GHND, bytes(lLineBytes))) return 0;
   m_lLineBytes = lLineBytes;
   if (m_nBitCount != 0) xFillColors();
   return 1;

@@ -338,6 +338,22 @@ TEST(Selection, OutlivesOtherImagesInTheSameObjects) {
   }
 }
 
+TEST(Selection, FindsRoomForALargerPenAtALowerDepth) {
+  PQelDraw deep, bits;
+  Make(deep, 9, 40, 40);
+  Make(bits, 0, 40, 40);
+  bits.Clear(0);
+  for (int nSize = 1; nSize < 12; ++nSize) {  // the work buffer of the deep context is kept if it is large enough
+    PPen pen;
+    ASSERT_TRUE(pen.SetShape(1, nSize));
+    deep.SelectPen(&pen), deep.DrawPixel(3, 3), deep.SelectPen(nullptr);
+    ASSERT_TRUE(pen.SetShape(1, 6 * nSize) && pen.ChangeColor(1));
+    bits.SelectPen(&pen);
+    EXPECT_TRUE(bits.DrawPixel(20, 20));
+    EXPECT_EQ(bits.GetPixel(20, 20, nullptr), 1U);
+  }
+}
+
 TEST(Selection, ColoursBecomeValuesOfTheContext) {
   const struct {
     int nType;
