@@ -128,7 +128,7 @@ int PPen::SetFeather(int nFeather) {
   if (m_poShapeImage == nullptr || m_poShapeImage->IsEmpty() || m_nShape >= kCallersShape) return nFeather;
   const int nBefore = m_nFeather;
   m_nFeather = std::clamp(nFeather, 0, 255);
-  if (m_nFeather != nBefore) xBuildFeather();
+  if (m_nFeather != nBefore && !xBuildFeather()) m_nFeather = nBefore;
   return nBefore;
 }
 

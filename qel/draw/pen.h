@@ -64,8 +64,8 @@ class QEL_API PPen : public PLineBaseObject {
   /// Draws the shape, `lSize` eighths of a pixel large, into the middle of an image of weights.
   int xDrawShape(PQel *pImage, long lSize);
 
-  /// Averages the shape over its sizes, in an image with an undo copy.
-  int xAverageShapes(PQel &footprint);
+  /// Averages the shape over its sizes into the footprint; the sizes are rendered in an image with an undo copy.
+  int xAverageShapes(PQel &rendering);
 
   /// Makes room for the lines of a stamp, and fills the line of colours where the pen has one colour.
   int xPrepareWork(int nBits);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kCallersShape = 100, kLibraryShape = 10, k256Grays = 5;
+constexpr int kCallersShape = 100, kLibraryShape = 10, k256Grays = 5, kWeightBits = 8;
 constexpr long kSubPixels = 8, kSizeStep = 32, kThickness = 15;
 constexpr long kAngles[] = {135, 45, 0, 90};  // of the thin ellipses, shapes 2 to 5
 constexpr unsigned char kOutside = 255;
@@ -54,42 +54,44 @@ int PPen::xDrawShape(PQel *pImage, long lSize) {
 int PPen::xBuildFeather() {
   if (m_poShapeImage == nullptr || m_poShapeImage->IsEmpty()) return 0;
   if (m_nShape >= kCallersShape) return 1;
-  PQel &footprint = *m_poShapeImage;
-  footprint.Clear(kOutside);  // what smooth edges are blended with is the copy for undo
-  if (!footprint.EnableUndo(1)) return 0;
-  footprint.EnableAntiAlias(1);
-  const int nResult = xAverageShapes(footprint);
-  footprint.EnableUndo(0);
-  return nResult;
+  const long lWidth = m_poShapeImage->GetImageWidth(), lHeight = m_poShapeImage->GetImageHeight();
+  PQel rendering;  // so that a failure leaves the footprint as it was
+  if (m_poShapeImage->GetBitCount() != kWeightBits ||
+      !rendering.CreateImage(k256Grays, lWidth, lHeight, 0, nullptr, 0, 0, 1, 0, 0))
+    return 0;
+  rendering.Clear(kOutside);  // what smooth edges are blended with is the copy for undo
+  if (!rendering.EnableUndo(1)) return 0;
+  rendering.EnableAntiAlias(1);
+  return xAverageShapes(rendering);
 }
 
-int PPen::xAverageShapes(PQel &footprint) {
-  const long lWidth = footprint.GetImageWidth(), lHeight = footprint.GetImageHeight();
+int PPen::xAverageShapes(PQel &rendering) {
+  const long lWidth = rendering.GetImageWidth(), lHeight = rendering.GetImageHeight();
   const long lStart = kSubPixels * lWidth;
   const long lSoftest = std::max((255L - m_nFeather) * kSubPixels * lWidth / 255, 1L);
   const long lLeast = m_nShape >= kLibraryShape ? lStart : lSoftest;  // a tile has one size: so do its averages
   PMem sums, line;
   auto *const pdwSums = reinterpret_cast<std::uint32_t *>(
       sums.AllocMemory(GHND, static_cast<unsigned long>(lWidth * lHeight) * sizeof(std::uint32_t)));
-  unsigned char *const pLine = line.AllocMemory(GHND, static_cast<unsigned long>(footprint.GetLineBytes()));
+  unsigned char *const pLine = line.AllocMemory(GHND, static_cast<unsigned long>(rendering.GetLineBytes()));
   if (pdwSums == nullptr || pLine == nullptr) return 0;
 
   long lPasses = 0;
   for (long s = lStart; s >= lLeast; s -= kSizeStep, ++lPasses) {
-    if (!xDrawShape(&footprint, s)) return 0;
+    if (!xDrawShape(&rendering, s)) return 0;
     CRect rc;
-    footprint.GetInvalidateRect(&rc);
+    rendering.GetInvalidateRect(&rc);
     const long lLeft = std::max(rc.left, LONG{0}), lRight = std::min(static_cast<long>(rc.right), lWidth);
     const long lTop = std::max(rc.top, LONG{0}), lBottom = std::min(static_cast<long>(rc.bottom), lHeight);
     for (long y = lTop; y < lBottom && lLeft < lRight; ++y) {
-      if (!footprint.GetHorLine(lLeft, lRight - 1, y, pLine)) return 0;
+      if (!rendering.GetHorLine(lLeft, lRight - 1, y, pLine)) return 0;
       qel::lines::AddInverted(pdwSums + y * lWidth + lLeft, pLine, lRight - lLeft);
     }
   }
   if (lPasses == 0) return 0;
   for (long y = 0; y < lHeight; ++y) {
     qel::lines::InvertedAverages(pLine, pdwSums + y * lWidth, lWidth, static_cast<std::uint32_t>(lPasses));
-    footprint.PutHorLine(y, pLine);
+    m_poShapeImage->PutHorLine(y, pLine);
   }
   return 1;
 }

@@ -87,6 +87,24 @@ TEST(Strokes, StampAtEqualDistancesInThePatternOfTheirStyle) {
                pen.SetShape(0, 0));
 }
 
+/// A context that deselects its pen while a frame is drawn.
+struct Quitter : PQelDraw {
+  int xDrawPixel(POINT *) override { return SelectPen(nullptr) != nullptr; }
+};
+
+TEST(Strokes, EndWhenTheirContextDeselectsThePen) {
+  Quitter draw;
+  Make(draw, 1, 20, 20);
+  PPen pen;
+  RECT rc = {2, 2, 15, 15};
+  draw.SelectPen(&pen);
+  draw.FrameRect(&rc);
+  EXPECT_FALSE(draw.IsSelect(&pen));
+  draw.SelectPen(&pen);
+  EXPECT_TRUE(draw.FrameEllipse(&rc));
+  EXPECT_FALSE(draw.IsSelect(&pen));
+}
+
 TEST(Footprints, AverageTheirShapeAtEverSmallerSizes) {
   PQel tiles;
   Make(tiles, 5, 64, 32);
@@ -119,7 +137,13 @@ TEST(Footprints, AverageTheirShapeAtEverSmallerSizes) {
       }
     }
   }
+  PPen tile;
+  BYTE before[12], after[12];
+  ASSERT_TRUE(tile.SetShape(11, 12) && tile.GetShapeLine(0, 11, 5, before));
   EXPECT_TRUE(PPen::LoadShapeLibrary(nullptr, 0));
+  tile.SetFeather(100);  // nothing is left to render it from
+  ASSERT_TRUE(tile.GetShapeLine(0, 11, 5, after));
+  EXPECT_TRUE(std::equal(before, before + 12, after) && tile.GetFeather() == 0);
   PPen round;
   ASSERT_TRUE(round.SetShape(0, 40));
   BYTE line[40];
@@ -245,7 +269,14 @@ TEST(Shields, ProtectWhatTheirRulesNameAndFollowThePicture) {
     draw.Update();
     check();
   }
+  PQelDraw draw;
+  Make(draw, 1, 8, 1);
   OpenShield shield;
+  ASSERT_TRUE(shield.SetRule(0, 4, 0xFFFFFFF0, 3));  // a lightness that no pixel has
+  draw.SelectShield(&shield);
+  unsigned char weights[8] = {9};
+  ASSERT_TRUE(shield.ReadMaskLine(0, 7, 0, weights));
+  EXPECT_EQ(std::count(weights, weights + 8, 0), 8);
   EXPECT_FALSE(shield.SetRule(10, 1, 0, 0) || shield.SetRule(0, 5, 0, 0) || shield.SetRule(0, 3, 361, 0));
 }
 
