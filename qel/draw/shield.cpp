@@ -124,7 +124,7 @@ int PShield::Update(int bWhole) {
     return 0;
   for (long y = lBottom - 1; y >= lTop; --y) {
     std::memset(bits.GetPointer(), 0, dwBitBytes);
-    image.Get24bitHorLine(lLeft, lRight - 1, y, line.GetPointer(), nullptr);
+    if (!image.Get24bitHorLine(lLeft, lRight - 1, y, line.GetPointer(), nullptr)) return 0;
     xMark(bits.GetPointer(), line.GetPointer(), n);
     m_poMask->PutHorLine(lLeft, lRight - 1, y, bits.GetPointer());
   }
@@ -139,8 +139,8 @@ void PShield::xMark(unsigned char *pBits, unsigned char *pLine, long n) const {
   ConvertLineToHsl(pLine, n);
   for (const ShieldRule &rule : m_aRule) {
     const long v = rule.m_dwValue, t = rule.m_wTolerance;
-    if (rule.m_wKind == kLightness)
-      lines::MarkLightness(pBits, pLine, n, static_cast<int>(std::max(v - t, 0L)),
+    if (rule.m_wKind == kLightness)  // values beyond every lightness name none
+      lines::MarkLightness(pBits, pLine, n, static_cast<int>(std::clamp(v - t, 0L, 256L)),
                            static_cast<int>(std::min(v + t, 255L)));
     if (rule.m_wKind == kHue && v == kGrays) lines::MarkGrays(pBits, pLine, n);
     if (rule.m_wKind == kHue && v < kGrays) lines::MarkHue(pBits, pLine, n, static_cast<int>(v), static_cast<int>(t));
