@@ -45,6 +45,7 @@ int PBrush::xPreparePattern() {
       m_oHatch.DeleteImage(1);
       return 0;
     }
+    m_oHatch.Clear(0);  // single pixels leave the fourth byte
     m_poPattern = &m_oHatch;
   }
   if (m_poPattern == nullptr) return 1;
@@ -66,7 +67,6 @@ int PBrush::xBuildHatch() {
 
   const int bRepeat = pattern.IsEnableRepeat();
   pattern.EnableRepeat(0);
-  if (nBits == 32) pattern.Clear(0);  // single pixels leave the fourth byte
   for (int y = 0; y < kTileSize; ++y)
     for (int x = 0; x < kTileSize; ++x)
       pattern.SetPixel(x, y, kTiles[m_nShape][y] >> (kTileSize - 1 - x) & 1 ? llFore : llBack);
