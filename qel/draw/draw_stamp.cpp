@@ -146,19 +146,21 @@ int PQelDraw::DoStroke(PPointArray *pPoints, PPen *pPen) {
 // Frames -------------------------------------------------------------------------------------------------------------
 
 void PQelDraw::FrameRect(RECT *pRect) {
-  if (m_poCurPen == nullptr || pRect == nullptr) return;
-  const long lSize = m_poCurPen->m_nSize, a = (lSize + 1) / 2, b = lSize / 2;
+  PPen *const pPen = m_poCurPen;  // a derived class may deselect it while it draws
+  if (pPen == nullptr || pRect == nullptr) return;
+  const long lSize = pPen->m_nSize, a = (lSize + 1) / 2, b = lSize / 2;
   const long lLeft = pRect->left + a, lTop = pRect->top + a, lRight = pRect->right - b, lBottom = pRect->bottom - b;
-  m_poCurPen->MoveTo(lLeft, lTop, nullptr);
-  m_poCurPen->LineTo(lRight, lTop, nullptr);
-  m_poCurPen->LineTo(lRight, lBottom, nullptr);
-  m_poCurPen->LineTo(lLeft, lBottom, nullptr);
-  m_poCurPen->LineTo(lLeft, lTop, nullptr);
+  pPen->MoveTo(lLeft, lTop, nullptr);
+  pPen->LineTo(lRight, lTop, nullptr);
+  pPen->LineTo(lRight, lBottom, nullptr);
+  pPen->LineTo(lLeft, lBottom, nullptr);
+  pPen->LineTo(lLeft, lTop, nullptr);
 }
 
 int PQelDraw::FrameEllipse(RECT *pRect) {
-  if (m_poCurPen == nullptr || m_poCurPen->m_nSize < 1) return 0;
-  const long lSize = m_poCurPen->m_nSize, a = (lSize + 1) / 2, b = lSize / 2;
+  PPen *const pPen = m_poCurPen;
+  if (pPen == nullptr || pPen->m_nSize < 1) return 0;
+  const long lSize = pPen->m_nSize, a = (lSize + 1) / 2, b = lSize / 2;
   long lLeft = a, lTop = a, lRight = GetImageWidth() - b, lBottom = m_lHeight - b;
   if (pRect != nullptr)
     lLeft = pRect->left + a, lTop = pRect->top + a, lRight = pRect->right - b, lBottom = pRect->bottom - b;
@@ -167,12 +169,12 @@ int PQelDraw::FrameEllipse(RECT *pRect) {
   const double w = static_cast<double>(lRight - lLeft), h = static_cast<double>(lBottom - lTop);
   const double step = static_cast<double>(2 * a) / std::max(w, h);  // half a pen on the larger axis
   const auto away = [](double v) { return v > 0 ? v + 1 : v - 1; };
-  m_poCurPen->MoveTo(lRight - 1, (lTop + lBottom) / 2, nullptr);
+  pPen->MoveTo(lRight - 1, (lTop + lBottom) / 2, nullptr);
   double angle = 0;
   for (long k = 1; angle <= 6.283185307; angle = static_cast<double>(k++) * step) {
     const double X = away(std::cos(angle) * w), Y = away(std::sin(angle) * h);
-    m_poCurPen->LineTo(static_cast<long>((X + static_cast<double>(lRight + lLeft)) * 0.5),
-                       static_cast<long>((Y + static_cast<double>(lBottom + lTop)) * 0.5), nullptr);
+    pPen->LineTo(static_cast<long>((X + static_cast<double>(lRight) + static_cast<double>(lLeft)) * 0.5),
+                 static_cast<long>((Y + static_cast<double>(lTop) + static_cast<double>(lBottom)) * 0.5), nullptr);
   }
   return 1;
 }
