@@ -64,7 +64,9 @@ class QEL_API PQelDraw : public PQel {
   using PQel::FillRect;
 
   /// Copies a block of another context of the same type, through that one's mask and this one's shield, texture and
-  /// mask. 0 for null, another type, and when memory is short; 1 when nothing of the block can be seen.
+  /// mask. The two masks read the other way round: the source shows where its own mask is 255 (or has a bit), while 255
+  /// in this one's keeps the pixel. 0 for null, another type, and when memory is short; 1 when nothing of the block can
+  /// be seen.
   virtual int BitBlt(long x, long y, long lWidth, long lHeight, PQelDraw *pSource, long sx, long sy);
 
   /// To be called after a batch of drawing: the shield follows the changed rectangle, which is emptied then.
@@ -128,7 +130,8 @@ class QEL_API PQelDraw : public PQel {
   /// Does nothing and returns 0.
   static int DrawBlandEdge(int nIgnored, BYTE byIgnored);
 
-  /// A span of this image where its own mask admits it, and of the line at `pDst` elsewhere. 0 when memory is short.
+  /// A span of this image where its own mask is 255 or has a bit, of the line at `pDst` where it is 0, and both blended
+  /// between. 0 when memory is short.
   int GetUnMaskHorLine(long x1, long x2, long y, BYTE *pDst, BYTE *pResult);
 
   static PQelDraw *m_poQelDrawFirst;  // all contexts, in the order of their construction
