@@ -18,6 +18,23 @@ bool IsOutside(const RECT &rc, long lWidth, long lHeight) {
   return rc.right <= 0 || rc.bottom <= 0 || rc.left >= lWidth || rc.top >= lHeight;
 }
 
+/// True when the ellipse in a rectangle holds all columns and rows from 0 on, with a few around them: then the trace,
+/// which strays from the curve by less than two pixels, gives runs that cross all of them.
+bool Holds(const RECT &rc, long lWidth, long lHeight) {
+  constexpr long kAround = 8;
+  const long W = static_cast<long>(rc.right) - rc.left, H = static_cast<long>(rc.bottom) - rc.top;
+  const auto reach = [](long lFrom, long lEnd, long lSize) {  // of the farther side from the centre, doubled
+    const long lCenter = lFrom + lEnd;
+    return std::max(lCenter + 2 * kAround, 2 * (lSize + kAround) - lCenter);
+  };
+  const long x = reach(rc.left, rc.right, lWidth), y = reach(rc.top, rc.bottom, lHeight);
+  if (x >= W || y >= H) return false;
+  return static_cast<long double>(W - x) * static_cast<long double>(W + x) * static_cast<long double>(H) *
+             static_cast<long double>(H) >
+         1.0001L * static_cast<long double>(y) * static_cast<long double>(y) * static_cast<long double>(W) *
+             static_cast<long double>(W);
+}
+
 /// The widest span of a row.
 struct Span {
   long first, end;
@@ -76,6 +93,11 @@ int PQel::FillCircle(RECT *pRect, long long llColor) {
   if (H == 1) return xDrawHorLine(rc.left, rc.right - 1L, rc.top, llColor);
   if (W == 1) return xDrawVerLine(rc.left, rc.top, rc.bottom - 1L, llColor);
   if (!m_bRepeat && IsOutside(rc, lWidth, lHeight)) return 1;
+  // The trace may be billions of steps long. (Sub-pixel rows in the middle count twice, which shows.)
+  if (!m_bAntiAlias && !m_bRepeat && m_pfnHook == nullptr && Holds(rc, lWidth, lHeight)) {
+    for (long y = lHeight - 1; y >= 0; --y) xDrawHorLine(0, lWidth - 1, y, llColor);
+    return 1;
+  }
 
   if (CoveredRows::Suits(*this)) {
     CoveredRows rows(*this, llColor, rc.top, rc.bottom - 1L);

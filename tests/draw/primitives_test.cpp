@@ -176,6 +176,40 @@ std::vector<int> ReadBytes(PQel &image, long y, int channels) {
   return {line.begin(), line.begin() + kWidth * channels};
 }
 
+void IgnoreEvents(PQel *, int, long, long, long, long, unsigned char *) {}
+
+TEST(Primitives, FillWhatLargeEllipsesHoldAsTheirTraceDoes) {
+  std::mt19937 random(11);
+  const auto far = [&] { return static_cast<int>(random() % (1U << (2 + random() % 12))); };
+  int nFull = 0;
+  for (int round = 0; round < 3000; ++round) {
+    PQel image, traced;  // with a hook all runs are traced
+    for (PQel *p : {&image, &traced}) {
+      ASSERT_TRUE(p->CreateImage(5, 21, 13, 0, nullptr, 0, 0, 1, 0, 0) && p->Clear(0));
+    }
+    traced.SetHookProc(IgnoreEvents);
+    RECT rc = {-far(), -far(), 21 + far(), 13 + far()}, rcTraced = rc;
+    ASSERT_TRUE(image.FillCircle(&rc, 7) && traced.FillCircle(&rcTraced, 7));
+    traced.SetHookProc(nullptr);
+    bool bFull = true;
+    for (long y = 0; y < 13; ++y) {
+      for (long x = 0; x < 21; ++x) {
+        ASSERT_EQ(image.GetPixel(x, y, nullptr), traced.GetPixel(x, y, nullptr))
+            << rc.left << " " << rc.top << " " << rc.right << " " << rc.bottom;
+        bFull &= image.GetPixel(x, y, nullptr) == 7;
+      }
+    }
+    nFull += bFull;
+  }
+  EXPECT_GT(nFull, 300);
+  EXPECT_LT(nFull, 2700);
+  PQel image;
+  ASSERT_TRUE(image.CreateImage(5, 21, 13, 0, nullptr, 0, 0, 1, 0, 0));
+  RECT all = {-2147483647 - 1, -2147483647 - 1, 2147483647, 2147483647};
+  EXPECT_TRUE(image.FillCircle(&all, 9));  // at once
+  EXPECT_EQ(image.GetPixel(20, 12, nullptr), 9U);
+}
+
 TEST(AntiAlias, RunsAddTheirCoverageOverTheUndoCopy) {
   std::mt19937 random(3);
   for (const int type : {1, 5, 8, 9})
@@ -243,8 +277,6 @@ TEST(AntiAlias, RectanglesCoverWhatTheyHoldOfEveryPixel) {
       }
   }
 }
-
-void IgnoreEvents(PQel *, int, long, long, long, long, unsigned char *) {}
 
 // A hook sees every run, so that with one the runs are drawn one by one.
 TEST(AntiAlias, ShapesAreTheSumOfTheirRuns) {
