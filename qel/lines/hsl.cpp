@@ -13,6 +13,35 @@ int HueOf(const unsigned char *p) {
   return (p[0] & 1) << 8 | p[1];
 }
 
+constexpr long kChunk = 64;
+
+/// Channels of some pixels; in place their hues, saturations and lightnesses.
+struct Planes {
+  int blueOrHue[kChunk], greenOrSaturation[kChunk], redOrLightness[kChunk];
+};
+
+/// n / d, truncated, in floats, which compilers divide in vectors: of dividends below 2^23 a rounded quotient never
+/// reaches the next integer.
+inline int Quotient(int n, int d) {
+  return static_cast<int>(static_cast<float>(n) / static_cast<float>(d));
+}
+
+void PlanesToHsl(Planes &planes) {
+  for (long i = 0; i < kChunk; ++i) {  // without branches, so that compilers do it in vectors
+    const int B = planes.blueOrHue[i], G = planes.greenOrSaturation[i], R = planes.redOrLightness[i];
+    const int mx = std::max(std::max(R, G), B), mn = std::min(std::min(R, G), B), d = mx - mn;
+    const int sum = mx + mn, L = sum >> 1;
+    const int range = sum + ((510 - 2 * sum) & -(L > 128));
+    const int S = Quotient(255 * d, range | (d == 0));  // grays divide by 1 or more
+    const int isRed = -(mx == R), isGreen = -(mx == G) & ~isRed, isBlue = ~(isRed | isGreen);
+    const int h = ((G - B) & isRed) + ((B - R + 2 * d) & isGreen) + ((R - G + 4 * d) & isBlue);
+    const int degrees = Quotient(h * 60, d | (d == 0));
+    planes.blueOrHue[i] = degrees + (kCircle & -(degrees < 0)) + (kNoHue & -(d == 0));  // degrees of grays are 0
+    planes.greenOrSaturation[i] = S;
+    planes.redOrLightness[i] = L;
+  }
+}
+
 /// Sets the bits of n pixels of three bytes that pass a test.
 template <class Test>
 void Mark(unsigned char *bits, const unsigned char *line, long n, Test test) {
@@ -27,19 +56,20 @@ void Mark(unsigned char *bits, const unsigned char *line, long n, Test test) {
 }  // namespace
 
 void ConvertLineToHsl(unsigned char *pLine, long lCount) {
-  for (long i = 0; i < lCount; ++i, pLine += 3) {
-    const int B = pLine[0], G = pLine[1], R = pLine[2];
-    const int mx = std::max({R, G, B}), mn = std::min({R, G, B}), d = mx - mn;
-    if (d == 0) {
-      pLine[0] = kNoHue >> 8, pLine[1] = kNoHue & 0xFF, pLine[2] = static_cast<unsigned char>(mx);
-      continue;
+  Planes planes = {};
+  for (; lCount > 0; lCount -= kChunk, pLine += 3 * kChunk) {
+    const long n = std::min(lCount, kChunk);
+    const unsigned char *pFrom = pLine;
+    for (long i = 0; i < n; ++i, pFrom += 3)
+      planes.blueOrHue[i] = pFrom[0], planes.greenOrSaturation[i] = pFrom[1], planes.redOrLightness[i] = pFrom[2];
+    PlanesToHsl(planes);
+    unsigned char *pTo = pLine;
+    for (long i = 0; i < n; ++i, pTo += 3) {
+      const int H = planes.blueOrHue[i];
+      pTo[0] = static_cast<unsigned char>((planes.greenOrSaturation[i] & 0xFE) | H >> 8);
+      pTo[1] = static_cast<unsigned char>(H);
+      pTo[2] = static_cast<unsigned char>(planes.redOrLightness[i]);
     }
-    const int sum = mx + mn, L = sum / 2, S = 255 * d / (L > 128 ? 510 - sum : sum);
-    const int h = mx == R ? G - B : mx == G ? B - R + 2 * d : R - G + 4 * d;
-    const int degrees = h * 60 / d, H = degrees < 0 ? degrees + kCircle : degrees;
-    pLine[0] = static_cast<unsigned char>((S & 0xFE) | H >> 8);
-    pLine[1] = static_cast<unsigned char>(H);
-    pLine[2] = static_cast<unsigned char>(L);
   }
 }
 
