@@ -29,7 +29,7 @@ int Run(int argc, char **argv) {
   AddQuality(app);
   for (const auto add :
        {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn, AddRotate, AddBlur, AddMask, AddShadow,
-        AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene, AddText, AddFormats, AddBatch})
+         AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene, AddDraw, AddText, AddFormats, AddBatch})
     add(app, status);
   try {
     app.parse(argc, argv);

@@ -14,6 +14,7 @@ void AddCard(CLI::App &app, int &status);
 void AddCompare(CLI::App &app, int &status);
 void AddCompose(CLI::App &app, int &status);
 void AddConvert(CLI::App &app, int &status);
+void AddDraw(CLI::App &app, int &status);
 void AddFormats(CLI::App &app, int &status);
 void AddGallery(CLI::App &app, int &status);
 void AddInfo(CLI::App &app, int &status);
