@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Makes the pictures of dithering.md, masks-and-layers.md and text.md anew from the program's own test pictures:
+# Makes the pictures of dithering.md, masks-and-layers.md, drawing.md and text.md anew from the program's own test
+# pictures, and that of the example paint_scene:
 # docs/make_pictures.sh
 #
 # Every tile is the work of `qel`; ImageMagick sets the tiles side by side and packs them as PNG.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/build.sh release qel_cli
+root=$PWD
+scripts/build.sh release
 qel=$PWD/build/release/apps/qel/qel
 images=$PWD/docs/images
 work=$(mktemp -d)
@@ -114,5 +116,25 @@ background='#d0d0d0' sheet borders 3 scene.bmp shapes.bmp outlined.bmp
 "$qel" text seven.bmp seven.bmp "Only seven colours" --rect 0,0,320,40 --height 30 --color f01010 --bold
 sheet text 2 named.bmp seven.bmp
 
+# Drawings: the scripts name the scene, a small photo, a weave and a mask.
+cp "$root"/docs/drawing/*.txt .
+"$qel" resize scene.bmp photo.bmp 48x36
+printf 'brush hatch 4 #ffffff #404040\nrect all\n' >weave.txt
+"$qel" draw new:8x8:gray256 weave.bmp weave.txt
+echo 'copy window.bmp 400,0' >mask.txt
+"$qel" draw new:592x144:gray256 mask.bmp mask.txt
+"$qel" draw new:320x144 pens.bmp pens.txt
+"$qel" draw new:320x144 fills.bmp fills.txt
+"$qel" draw new:592x144 guards.bmp guards.txt
+for drawing in pens fills guards; do sheet "drawing-$drawing" 1 "$drawing.bmp"; done
+
+# The example, built as a stranger would.
+cmake --install "$root/build/release" --prefix "$work/prefix" >/dev/null
+cmake -G Ninja -S "$root/examples/paint_scene" -B example "-DCMAKE_PREFIX_PATH=$work/prefix" >/dev/null
+cmake --build example >/dev/null
+example/paint_scene painted.bmp
+sheet painted 1 painted.bmp
+
 cd "$images"
-ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png text.png
+ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png \
+  drawing-*.png painted.png text.png

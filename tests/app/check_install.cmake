@@ -1,5 +1,5 @@
-# Installs a build into a scratch prefix and uses it as a stranger would: every header compiled alone, the example built
-# through find_package and through pkg-config, and run; the installed command line run from where it lies, with its data.
+# Installs a build into a scratch prefix and uses it as a stranger would: every header compiled alone, the examples built
+# through find_package, one through pkg-config too, and run; the installed command line run from where it lies, with its data.
 #
 # cmake -DBUILD=... -DEXAMPLE=... -DCODECS=ON|OFF -DSCRATCH=... -DCXX=... -P check_install.cmake
 
@@ -58,6 +58,17 @@ run(text ${CMAKE_COMMAND} -G Ninja -S "${EXAMPLE}" -B "${SCRATCH}/hello" "-DCMAK
 run(text ${CMAKE_COMMAND} --build "${SCRATCH}/hello")
 run_example("${SCRATCH}/hello/hello")
 
+# The painted scene needs every tool to do its work.
+set(painted "${SCRATCH}/painted.bmp")
+run(text ${CMAKE_COMMAND} -G Ninja -S "${EXAMPLE}/../paint_scene" -B "${SCRATCH}/paint_scene"
+    "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${CXX}")
+run(text ${CMAKE_COMMAND} --build "${SCRATCH}/paint_scene")
+run(text ${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${library_dir}" "${SCRATCH}/paint_scene/paint_scene" "${painted}")
+file(SIZE "${painted}" size)
+if(NOT size EQUAL 432054)
+  message(FATAL_ERROR "paint_scene said ${text} and wrote ${size} bytes")
+endif()
+
 # The example through pkg-config, from a prefix that was moved meanwhile.
 set(moved "${SCRATCH}/moved")
 file(RENAME "${prefix}" "${moved}")
@@ -89,4 +100,4 @@ execute_process(COMMAND "${moved}/bin/qel" convert "${SCRATCH}/hello.bmp" "${SCR
 if(NOT status EQUAL 0 OR NOT problems STREQUAL "")
   message(FATAL_ERROR "converting to the standard palette ended with ${status}: ${text}${problems}")
 endif()
-message(STATUS "${count} headers, the example built both ways and the command line are in order")
+message(STATUS "${count} headers, the examples and the command line are in order")
