@@ -106,15 +106,15 @@ Course Board::Named(const std::string &file) const {
   return {file.empty() || file[0] == '/' ? file : m_folder + file, {}};
 }
 
-Picture Board::Fit(Picture picture, const Course &course) const {
+Picture Board::Fit(Picture picture, const Course &course) {
   const int type = m_canvas.GetImageType();
   if (picture->GetImageType() == type && !HasPalette(type)) return picture;
   Reduction reduction;
-  if (HasPalette(type)) reduction.palette = ColoursOf(const_cast<PQelDraw &>(m_canvas));
+  if (HasPalette(type)) reduction.palette = ColoursOf(m_canvas);
   return ChangeType(*picture, type, reduction, course);
 }
 
-Picture Board::LoadColours(const std::string &file, int size) const {
+Picture Board::LoadColours(const std::string &file, int size) {
   const Course course = Named(file);
   Picture picture = Read(course);
   if (size != 0) picture = Resize(*ToSmooth(std::move(picture), course), size, size, course);

@@ -92,9 +92,9 @@ class Board {
   Course Named(const std::string &file) const;
 
   /// A picture as pixels of the canvas, of a size when one is given; as weights: bits, or 256 grays.
-  Picture LoadColours(const std::string &file, int size = 0) const;
+  Picture LoadColours(const std::string &file, int size = 0);
   Picture LoadWeights(const std::string &file) const;
-  Picture Fit(Picture picture, const Course &course) const;
+  Picture Fit(Picture picture, const Course &course);
 
   PPen &NeedPen() const;
   void NeedBrush() const;

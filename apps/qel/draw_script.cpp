@@ -1,7 +1,9 @@
 // Lines into words, words into numbers, points, areas and colours.
 #include "apps/qel/draw_script.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <fstream>
 
 #include "apps/qel/colours.h"
