@@ -169,9 +169,8 @@ constexpr int kFirstTile = 10, kTiles = 90;
 
 int ShapeOf(const std::string &word) {
   constexpr std::array<const char *, 6> kShapes{"round", "square", "slash", "backslash", "flat", "upright"};
-  constexpr std::array<int, 6> kCodes{0, 1, 3, 2, 4, 5};
   for (std::size_t i = 0; i < kShapes.size(); ++i)
-    if (word == kShapes[i]) return kCodes[i];
+    if (word == kShapes[i]) return static_cast<int>(i);
   if (word.rfind("tile:", 0) == 0) return kFirstTile + NumberOf(word.substr(5), "the tile", 0, kTiles - 1);
   throw ScriptError("'" + Shown(word) + "' is no shape: round, square, slash, backslash, flat, upright or tile:N");
 }

@@ -95,8 +95,11 @@ void PaintLand(PQelDraw &canvas) {
 /// A texture lets a second green through here and there only.
 void PaintGrass(PQelDraw &canvas) {
   PQel blades;
-  SetWeights(blades, 37, 29,
-             [](long x, long y) { return (x * 7919 + y * y * 104729 / 7 + x * y * 31) % 11 < 3 ? 90 : 255; });
+  SetWeights(blades, 61, 53, [](long x, long y) {
+    unsigned n = static_cast<unsigned>(x) * 374761393u + static_cast<unsigned>(y / 4) * 668265263u;
+    n = (n ^ n >> 13) * 1274126177u;
+    return (n >> 16) % 10 < 3 ? 90 : 255;
+  });
   PTexture texture;
   texture.SetTexture(&blades);
   canvas.SelectTexture(&texture);
@@ -145,10 +148,10 @@ void PlantTrees(PQelDraw &canvas) {
   crown.SetShape(0, 24);
   crown.SetFeather(80);
   trunk.SetShape(1, 7);
-  PQel mask;  // an outline with soft edges: the same strokes, in black on white
+  PQel mask;  // what of it is copied: strokes with soft edges, in white on black
   PQelDraw outline;
   Create(outline, 5, 50, 80);
-  Require(tree.Clear(tree.GetColorRef(RGB(40, 84, 50))) && outline.Clear(255), "clearing");
+  Require(tree.Clear(tree.GetColorRef(RGB(40, 84, 50))) && outline.Clear(0), "clearing");
   PPointArray leaves;
   for (const POINT &at : {POINT{25, 14}, POINT{14, 26}, POINT{36, 27}, POINT{25, 34}, POINT{17, 42}, POINT{34, 42}})
     leaves.Add(at.x, at.y);
@@ -156,10 +159,10 @@ void PlantTrees(PQelDraw &canvas) {
   tree.SelectPen(&trunk);
   tree.DrawLine(25, 50, 25, 76);
   tree.SelectPen(nullptr);  // a pen serves one depth at a time
-  trunk.ChangeColor(0);
+  trunk.ChangeColor(255);
   outline.SelectPen(&trunk);
   outline.DrawLine(25, 50, 25, 76);
-  crown.ChangeColor(0);
+  crown.ChangeColor(255);
   Require(outline.DoStroke(&leaves, &crown), "the crown");
   Require(mask.GenerateImage(&outline, 1, 0, 0), "the mask");
   tree.SelectMask(&mask);
@@ -204,7 +207,7 @@ void PaintDetails(PQelDraw &canvas) {
     for (const int shape : {2, 3}) {
       wing.SetShape(shape, 12);
       canvas.SelectPen(&wing);
-      canvas.DrawPixel(shape == 2 ? at.x - 4 : at.x + 4, at.y);
+      canvas.DrawPixel(shape == 3 ? at.x - 4 : at.x + 4, at.y);
     }
 }
 

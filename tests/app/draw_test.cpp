@@ -42,7 +42,9 @@ stroke 10,10 30,40 85,66
 pen square 4 image photo.bmp
 dot 50,20
 frame 2,2,40,30
-pen slash 12 footprint grays.bmp
+pen slash 15
+dot 70,60
+pen backslash 12 footprint grays.bmp
 ring 30,20,50,45
 ring all
 pen flat 5 color #0000ff
@@ -90,7 +92,7 @@ void DrawEverything(PQelDraw &canvas, PQel &photo, PQel &grays, PQel &mask) {
   ASSERT_TRUE(colours.CreateImage(1, 4, 4, 0, nullptr, 3780, 3780, 1, 0, 0) && colours.RescaleImage(&photo));
   ASSERT_TRUE(footprint.CreateImage(5, 12, 12, 0, nullptr, 3780, 3780, 1, 0, 0) && footprint.RescaleImage(&grays));
 
-  PPen soft, tile, square, slash, flat, upright;
+  PPen soft, tile, square, slash, own, flat, upright;
   soft.SetShape(0, 9), soft.SetFeather(100), soft.ChangeColor(RGB(0x20, 0x30, 0x40));
   soft.SetSpacing(0.5), soft.SetLineStyle(2);
   canvas.SelectPen(&soft);
@@ -108,8 +110,11 @@ void DrawEverything(PQelDraw &canvas, PQel &photo, PQel &grays, PQel &mask) {
   EXPECT_TRUE(canvas.DrawPixel(50, 20));
   RECT frame = {2, 2, 42, 32}, ring = {30, 20, 80, 65};
   canvas.FrameRect(&frame);
-  EXPECT_TRUE(slash.SetShapeImage(&footprint));
+  EXPECT_TRUE(slash.SetShape(2, 15));  // from the bottom left to the top right
   canvas.SelectPen(&slash);
+  EXPECT_TRUE(canvas.DrawPixel(70, 60));
+  EXPECT_TRUE(own.SetShapeImage(&footprint));
+  canvas.SelectPen(&own);
   EXPECT_TRUE(canvas.FrameEllipse(&ring) && canvas.FrameEllipse(nullptr));
   EXPECT_TRUE(flat.SetShape(4, 5) && flat.ChangeColor(RGB(0, 0, 255)));
   canvas.SelectPen(&flat);
