@@ -13,34 +13,16 @@ namespace app {
 // Commands -----------------------------------------------------------------------------------------------------------
 
 const Board::Entry Board::kCommands[] = {
-    {"pen", &Board::Pen, false},
-    {"shapes", &Board::Shapes, false},
-    {"color", &Board::Colour, false},
-    {"feather", &Board::Feather, false},
-    {"style", &Board::Style, false},
-    {"brush", &Board::Brush, false},
-    {"texture", &Board::Texture, false},
-    {"shield", &Board::Shield, false},
-    {"mask", &Board::Mask, false},
-    {"move", &Board::Move, false},
-    {"line", &Board::Line, true},
-    {"polyline", &Board::Polyline, true},
-    {"dot", &Board::Dot, true},
-    {"stroke", &Board::Stroke, true},
-    {"frame", &Board::Frame, true},
-    {"ring", &Board::Ring, true},
-    {"rect", &Board::Rect, true},
-    {"ellipse", &Board::Ellipse, true},
-    {"triangle", &Board::Triangle, true},
-    {"polygon", &Board::Polygon, true},
-    {"fill", &Board::Fill, true},
-    {"copy", &Board::Copy, true},
-    {"clear", &Board::Clear, true},
-    {"repeat", &Board::Repeat, false},
-    {"antialias", &Board::AntiAlias, false},
-    {"undo", &Board::Undo, false},
-    {"redo", &Board::Redo, false},
-    {"mark", &Board::Mark, false},
+    {"pen", &Board::Pen, false},          {"shapes", &Board::Shapes, false},    {"color", &Board::Colour, false},
+    {"feather", &Board::Feather, false},  {"style", &Board::Style, false},      {"brush", &Board::Brush, false},
+    {"texture", &Board::Texture, false},  {"shield", &Board::Shield, false},    {"mask", &Board::Mask, false},
+    {"font", &Board::Font, false},        {"move", &Board::Move, false},        {"line", &Board::Line, true},
+    {"polyline", &Board::Polyline, true}, {"dot", &Board::Dot, true},           {"stroke", &Board::Stroke, true},
+    {"frame", &Board::Frame, true},       {"ring", &Board::Ring, true},         {"rect", &Board::Rect, true},
+    {"ellipse", &Board::Ellipse, true},   {"triangle", &Board::Triangle, true}, {"polygon", &Board::Polygon, true},
+    {"fill", &Board::Fill, true},         {"copy", &Board::Copy, true},         {"text", &Board::Text, true},
+    {"clear", &Board::Clear, true},       {"repeat", &Board::Repeat, false},    {"antialias", &Board::AntiAlias, false},
+    {"undo", &Board::Undo, false},        {"redo", &Board::Redo, false},        {"mark", &Board::Mark, false},
 };
 
 const Board::Entry *Board::Find(const std::string &command) {
@@ -126,6 +108,33 @@ Picture Board::LoadWeights(const std::string &file) const {
   Picture picture = Read(course);
   const int type = picture->GetImageType();
   return type == kMonochrome || type == k256Grays ? std::move(picture) : ChangeType(*picture, k256Grays, {}, course);
+}
+
+/// A family or face and the height of a line; everything else as it was at first.
+void Board::Font(Words &words) {
+  Lettering lettering;
+  lettering.font = words.TakeWord("a font");
+  Demand(lettering.font.size() <= kLongestFontName, "the font's name is longer than 31 bytes");
+  lettering.height = words.TakeNumber("the height", 1, kLargestLine / kLargestScale);
+  while (!words.AtEnd()) {
+    if (words.TakeIf("color")) {
+      const DWORD rgb = words.TakeColour();
+      lettering.colour = DWORD{GetRValue(rgb)} << 16 | DWORD{GetGValue(rgb)} << 8 | GetBValue(rgb);
+    } else if (words.TakeIf("scale")) {
+      lettering.scale = words.TakeNumber("the scale", 1, kLargestScale);
+    } else if (words.TakeIf("bold")) {
+      lettering.bold = true;
+    } else if (words.TakeIf("italic")) {
+      lettering.italic = true;
+    } else if (words.TakeIf("left")) {
+      lettering.align = Align::kLeft;
+    } else if (words.TakeIf("right")) {
+      lettering.align = Align::kRight;
+    } else {
+      throw ScriptError("'" + Shown(words.TakeWord("an option")) + "' is no option of a font");
+    }
+  }
+  m_lettering = std::move(lettering);
 }
 
 // Limits -------------------------------------------------------------------------------------------------------------
@@ -475,6 +484,23 @@ void Board::Copy(Words &words) {
   const long width = part ? part->right - part->left : source.GetImageWidth();
   const long height = part ? part->bottom - part->top : source.GetImageHeight();
   Demand(m_canvas.BitBlt(to.x, to.y, width, height, &source, part ? part->left : 0, part ? part->top : 0));
+}
+
+/// Written into a copy of the canvas's part, which goes back as a picture does, through shield, texture and mask.
+void Board::Text(Words &words) {
+  const RECT all = {0, 0, static_cast<LONG>(m_canvas.GetImageWidth()), static_cast<LONG>(m_canvas.GetImageHeight())};
+  RECT area = words.TakeArea().value_or(all);
+  const std::string text = words.TakeWord("a text");
+  words.End();
+  Demand(!text.empty(), "the text is empty");
+  Demand(area.left >= 0 && area.top >= 0 && area.right <= all.right && area.bottom <= all.bottom,
+         "the text's area does not lie in the canvas");
+  const int width = area.right - area.left, height = area.bottom - area.top;
+  PQelDraw part;
+  Demand(part.CreateImage(m_canvas.GetBI(), width, height, 10, kGlobalMemory, 0, 0) &&
+         part.CopyRect(&m_canvas, nullptr, &area));
+  Write(part, text, {0, 0, width, height}, m_lettering, {text, {}});
+  Demand(m_canvas.BitBlt(area.left, area.top, width, height, &part, 0, 0));
 }
 
 void Board::Clear(Words &words) {

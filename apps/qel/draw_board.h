@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/qel/draw_script.h"
+#include "apps/qel/lettering.h"
 #include "apps/qel/steps.h"
 #include "qel/draw/brush.h"
 #include "qel/draw/draw.h"
@@ -60,6 +61,7 @@ class Board {
   void Texture(Words &words);
   void Shield(Words &words);
   void Mask(Words &words);
+  void Font(Words &words);
 
   // Strokes
   void Move(Words &words);
@@ -77,6 +79,7 @@ class Board {
   void Polygon(Words &words);
   void Fill(Words &words);
   void Copy(Words &words);
+  void Text(Words &words);
   void Clear(Words &words);
 
   // Canvas
@@ -113,6 +116,7 @@ class Board {
   std::unique_ptr<TextureTool> m_texture;
   std::unique_ptr<PShield> m_shield;
   Picture m_mask;
+  Lettering m_lettering;
   POINT m_at{0, 0};       // where the next line begins
   bool m_undone = false;  // the snapshot holds what was undone
   PQelDraw m_canvas;      // goes first, while its tools stand

@@ -80,6 +80,37 @@ TEST(Text, BeginsWhereItIsTold) {
   EXPECT_GE(extent(line, "right").first, 20);
 }
 
+TEST(Text, ScriptsWriteTheSame) {
+  const test::Scratch scratch;
+  const std::string from = scratch / "from.bmp", to = scratch / "to.bmp", drawn = scratch / "drawn.bmp";
+  const std::string script = scratch / "script.txt";
+  const auto draw = [&](const std::string &text) {
+    test::WriteFile(script, text);
+    return test::Qel({"draw", from, drawn, script});
+  };
+  for (int type = 0; type < 10; ++type) {
+    test::SaveRandom(from, type, 83, 41, static_cast<unsigned>(type));
+    ASSERT_EQ(test::Qel({"text", from, to, "R&D", "--rect", "6,4,70,33", "--font", "serif", "--height", "25", "--color",
+                         "20c040", "--italic", "--align", "right", "--scale", "3"})
+                  .status,
+              0);
+    const auto outcome = draw("font serif 25 color #20c040 italic right scale 3\ntext 6,4,70,33 R&D\n");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(test::Load(drawn, type) == test::Load(to, type)) << type;
+  }
+  for (const char *bad : {"text 0,0,9,9", "text 0,0,9,9 \"\"", "text 80,0,9,9 a", "font sans", "font sans 0",
+                          "font sans 1024", "font sans 20 thick", "text all a b"}) {
+    std::filesystem::remove(drawn);
+    EXPECT_EQ(draw(bad).status, 1) << bad;
+    EXPECT_FALSE(std::filesystem::exists(drawn)) << bad;
+  }
+  // A shield keeps the text away.
+  test::SaveRandom(from, 1, 83, 41);
+  ASSERT_EQ(draw("clear #ffffff\nshield color #ffffff\nfont sans 30\ntext all a\n").status, 0);
+  ASSERT_EQ(test::Convert(drawn, to, {"--type", "gray256"}).status, 0);
+  EXPECT_EQ(Extent(to).second, -1);
+}
+
 TEST(Text, BadInputLeavesNoFile) {
   const test::Scratch scratch;
   const std::string from = scratch / "from.bmp", to = scratch / "to.bmp";
