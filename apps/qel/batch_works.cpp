@@ -1,5 +1,5 @@
 // Most verbs take IN and OUT right behind their name, some print what they find, and some need more files than a batch
-// can guess. Those get them by way of placeholders.
+// can guess. Those get them by way of marks.
 #include "apps/qel/batch_works.h"
 
 #include <CLI/CLI.hpp>
@@ -29,15 +29,14 @@ bool Prints(const std::string &verb) {
   return false;
 }
 
-bool Mentions(const BatchCommand &command, const std::string &placeholder) {
-  return std::any_of(command.arguments.begin(), command.arguments.end(), [&placeholder](const std::string &argument) {
-    return argument.find(placeholder) != std::string::npos;
-  });
+bool Mentions(const BatchCommand &command, const std::string &mark) {
+  return std::any_of(command.arguments.begin(), command.arguments.end(),
+                     [&mark](const std::string &argument) { return argument.find(mark) != std::string::npos; });
 }
 
-void ReplaceAll(std::string &text, const std::string &placeholder, const std::string &with) {
-  for (std::size_t at = 0; (at = text.find(placeholder, at)) != std::string::npos; at += with.size())
-    text.replace(at, placeholder.size(), with);
+void ReplaceAll(std::string &text, const std::string &mark, const std::string &with) {
+  for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += with.size())
+    text.replace(at, mark.size(), with);
 }
 
 }  // namespace
@@ -62,10 +61,10 @@ BatchWork MakeWork(const BatchCommand &command, const std::string &name, const s
 
   BatchWork work{name, path, {command.verb}, {}, command.keepsOutput, {}};
   for (std::string argument : command.arguments) {
-    // Names of files may hold a placeholder themselves; each argument has one file at most.
-    for (const auto &[placeholder, file] : {std::pair{kIn, path}, {kName, name}, {kOut, out}, {kMask, mask}})
-      if (argument.find(placeholder) != std::string::npos) {
-        ReplaceAll(argument, placeholder, file);
+    // Names of files may hold a mark themselves; each argument has one file at most.
+    for (const auto &[mark, file] : {std::pair{kIn, path}, {kName, name}, {kOut, out}, {kMask, mask}})
+      if (argument.find(mark) != std::string::npos) {
+        ReplaceAll(argument, mark, file);
         break;
       }
     work.arguments.push_back(std::move(argument));
