@@ -61,6 +61,10 @@ Colours ReadText(const std::string &path) {
 
 // Colours ------------------------------------------------------------------------------------------------------------
 
+DWORD SwapRedAndBlue(DWORD colour) {
+  return RGB(colour >> 16 & 0xFF, colour >> 8 & 0xFF, colour & 0xFF);
+}
+
 std::optional<DWORD> ParseColour(const std::string &text) {
   const std::string_view digits = std::string_view(text).substr(text[0] == '#' ? 1 : 0);
   if (digits.size() != 6) return std::nullopt;

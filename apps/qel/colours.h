@@ -15,6 +15,9 @@ using Colours = std::vector<DWORD>;
 /// The colour of a text such as "#ff8000" or "ff8000"; none for any other text.
 std::optional<DWORD> ParseColour(const std::string &text);
 
+/// 0x00RRGGBB as 0x00BBGGRR, which the engine's tools take, and back.
+DWORD SwapRedAndBlue(DWORD colour);
+
 /// "#ff8000".
 std::string HexOf(DWORD colour);
 

@@ -7,6 +7,7 @@
 #include "apps/qel/draw_board.h"
 #include "apps/qel/failure.h"
 #include "apps/qel/image_type.h"
+#include "apps/qel/numbers.h"
 #include "apps/qel/picture_file.h"
 #include "apps/qel/verbs.h"
 
@@ -15,31 +16,24 @@ namespace {
 
 constexpr const char *kNew = "new:";
 
-/// Makes an empty canvas from new:WxH[:TYPE[:#RRGGBB]].
+/// Makes an empty canvas from new:WxH[:TYPE[:#RRGGBB]]. Throws CLI::ValidationError for other texts.
 void MakeCanvas(const std::string &text, PQelDraw &canvas) {
+  const char *const option = "IN";
   std::string parts[3] = {"", "rgb", "#ffffff"};
   std::size_t count = 0;
   for (std::size_t start = std::char_traits<char>::length(kNew); start <= text.size(); ++count) {
-    if (count == 3) throw Failure(text, "has more than a size, a type and a colour");
+    if (count == 3) throw CLI::ValidationError(option, "'" + text + "' has more than a size, a type and a colour");
     const std::size_t end = std::min(text.find(':', start), text.size());
     parts[count] = text.substr(start, end - start);
     start = end + 1;
   }
   const auto type = FindType(parts[1]);
   const auto colour = ParseColour(parts[2]);
-  if (!type) throw Failure(text, "'" + Shown(parts[1]) + "' is no type of pictures");
-  if (!colour) throw Failure(text, "'" + Shown(parts[2]) + "' is no colour such as #ff8000");
-  const std::size_t cross = std::min(parts[0].find('x'), parts[0].size());
-  LONG width = 0, height = 0;
-  try {
-    width = NumberOf(parts[0].substr(0, cross), "the width", 1, kLargestNumber);
-    height = NumberOf(cross < parts[0].size() ? parts[0].substr(cross + 1) : "", "the height", 1, kLargestNumber);
-  } catch (const ScriptError &error) {
-    throw Failure(text, error.what());
-  }
-  const long long ground = RGB(*colour >> 16 & 0xFF, *colour >> 8 & 0xFF, *colour & 0xFF);
-  if (!canvas.CreateImage(*type, width, height, 0, nullptr, 3780, 3780, 1, 0, 0) ||
-      !canvas.Clear(canvas.GetColorRef(ground)))
+  if (!type) throw CLI::ValidationError(option, "'" + parts[1] + "' is no type of pictures");
+  if (!colour) throw CLI::ValidationError(option, "'" + parts[2] + "' is no colour such as #ff8000");
+  const SIZE size = ParseBox(option, parts[0]);
+  if (!canvas.CreateImage(*type, size.cx, size.cy, 0, nullptr, 3780, 3780, 1, 0, 0) ||
+      !canvas.Clear(canvas.GetColorRef(SwapRedAndBlue(*colour))))
     throw Failure(text, "out of memory");
 }
 

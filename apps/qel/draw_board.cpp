@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 
+#include "apps/qel/colours.h"
 #include "apps/qel/recolour.h"
 #include "qel/draw/point_array.h"
 
@@ -88,6 +89,10 @@ Course Board::Named(const std::string &file) const {
   return {file.empty() || file[0] == '/' ? file : m_folder + file, {}};
 }
 
+RECT Board::WholeCanvas() {
+  return {0, 0, static_cast<LONG>(m_canvas.GetImageWidth()), static_cast<LONG>(m_canvas.GetImageHeight())};
+}
+
 Picture Board::Fit(Picture picture, const Course &course) {
   const int type = m_canvas.GetImageType();
   if (picture->GetImageType() == type && !HasPalette(type)) return picture;
@@ -118,8 +123,7 @@ void Board::Font(Words &words) {
   lettering.height = words.TakeNumber("the height", 1, kLargestLine / kLargestScale);
   while (!words.AtEnd()) {
     if (words.TakeIf("color")) {
-      const DWORD rgb = words.TakeColour();
-      lettering.colour = DWORD{GetRValue(rgb)} << 16 | DWORD{GetGValue(rgb)} << 8 | GetBValue(rgb);
+      lettering.colour = SwapRedAndBlue(words.TakeColour());
     } else if (words.TakeIf("scale")) {
       lettering.scale = words.TakeNumber("the scale", 1, kLargestScale);
     } else if (words.TakeIf("bold")) {
@@ -162,6 +166,10 @@ void Board::AffordDabs(double dabs) const {
 
 void Board::AffordWay(double length) const {
   AffordDabs(length / (NeedPen().GetSize() * NeedPen().GetSpacing()) + 1);
+}
+
+void Board::AffordOutline(const RECT &area) const {
+  AffordWay(2.0 * (area.right - area.left) + 2.0 * (area.bottom - area.top));
 }
 
 /// Fills are cut to the canvas unless it repeats.
@@ -400,7 +408,7 @@ void Board::Stroke(Words &words) {
 void Board::Frame(Words &words) {
   RECT area = words.TakeRect();
   words.End();
-  AffordWay(2.0 * (area.right - area.left) + 2.0 * (area.bottom - area.top));
+  AffordOutline(area);
   m_canvas.FrameRect(&area);
   m_at = {area.left, area.top};
 }
@@ -408,9 +416,8 @@ void Board::Frame(Words &words) {
 void Board::Ring(Words &words) {
   std::optional<RECT> area = words.TakeArea();
   words.End();
-  const RECT rect = area.value_or(
-      RECT{0, 0, static_cast<LONG>(m_canvas.GetImageWidth()), static_cast<LONG>(m_canvas.GetImageHeight())});
-  AffordWay(2.0 * (rect.right - rect.left) + 2.0 * (rect.bottom - rect.top));
+  const RECT rect = area.value_or(WholeCanvas());
+  AffordOutline(rect);
   Demand(m_canvas.FrameEllipse(area ? &*area : nullptr));
   m_at = {rect.right, rect.bottom};
 }
@@ -488,7 +495,7 @@ void Board::Copy(Words &words) {
 
 /// Written into a copy of the canvas's part, which goes back as a picture does, through shield, texture and mask.
 void Board::Text(Words &words) {
-  const RECT all = {0, 0, static_cast<LONG>(m_canvas.GetImageWidth()), static_cast<LONG>(m_canvas.GetImageHeight())};
+  const RECT all = WholeCanvas();
   RECT area = words.TakeArea().value_or(all);
   const std::string text = words.TakeWord("a text");
   words.End();

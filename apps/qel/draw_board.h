@@ -92,6 +92,7 @@ class Board {
   /// The colour as the tools take it on this canvas.
   long long ColourOn(DWORD colour) { return m_canvas.GetColorRef(colour); }
 
+  RECT WholeCanvas();
   Course Named(const std::string &file) const;
 
   /// A picture as pixels of the canvas, of a size when one is given; as weights: bits, or 256 grays.
@@ -106,6 +107,7 @@ class Board {
   void Afford(double pixels) const;
   void AffordDabs(double dabs) const;
   void AffordWay(double length) const;
+  void AffordOutline(const RECT &area) const;
   void AffordArea(const RECT &area) const;
 
   void FollowAll();

@@ -133,8 +133,7 @@ std::optional<RECT> Words::TakeArea() {
 DWORD Words::TakeColour() {
   const std::string word = TakeWord("a colour");
   if (!IsColour(word)) throw ScriptError("'" + Shown(word) + "' is no colour such as #ff8000");
-  const DWORD rgb = *ParseColour(word);
-  return RGB(rgb >> 16 & 0xFF, rgb >> 8 & 0xFF, rgb & 0xFF);
+  return SwapRedAndBlue(*ParseColour(word));
 }
 
 void Words::End() const {

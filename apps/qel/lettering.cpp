@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "apps/qel/colours.h"
 #include "apps/qel/failure.h"
 #include "qel/draw/draw.h"
 #include "qel/platform/gdi/text.h"
@@ -71,10 +72,10 @@ void Write(PQel &picture, const std::string &text, const RECT &rect, const Lette
           course);
 
   PQelDraw colour;  // knows what pixels of a colour are
-  const DWORD rgb = RGB(lettering.colour >> 16 & 0xFF, lettering.colour >> 8 & 0xFF, lettering.colour & 0xFF);
   POINT at = {rect.left, rect.top};
   Require(colour.CreateImage(picture.GetBI(), room.cx, room.cy, 10, kGlobalMemory, 0, 0) &&
-              colour.Clear(colour.GetColorRef(rgb)) && picture.CombineImage(&colour, &sheet, &at, nullptr),
+              colour.Clear(colour.GetColorRef(SwapRedAndBlue(lettering.colour))) &&
+              picture.CombineImage(&colour, &sheet, &at, nullptr),
           course);
 }
 

@@ -28,8 +28,8 @@ int Run(int argc, char **argv) {
   app.fallthrough();  // options of all verbs may stand behind the verb
   AddQuality(app);
   for (const auto add :
-       {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn, AddRotate, AddBlur, AddMask, AddShadow,
-         AddCompose, AddBorder, AddBounds, AddCompare, AddCard, AddScene, AddDraw, AddText, AddFormats, AddBatch})
+       {AddInfo,    AddConvert, AddPalette, AddGallery, AddResize, AddTurn,  AddRotate, AddBlur, AddMask,    AddShadow,
+        AddCompose, AddBorder,  AddBounds,  AddCompare, AddCard,   AddScene, AddDraw,   AddText, AddFormats, AddBatch})
     add(app, status);
   try {
     app.parse(argc, argv);

@@ -39,9 +39,9 @@ int PQelDraw::xDrawPixel(POINT *pPoint) {
     s.bottom = std::min(s.bottom, m_lHeight - 1 - s.y);
     if (s.first > s.last || s.top > s.bottom) return 1;
   }
+  if (xStampInStore(s)) return 1;
   const long lStep = m_pBIH->biHeight > 0 ? -1 : 1;  // in the order of the store
   const long lFrom = lStep > 0 ? s.top : s.bottom, lEnd = (lStep > 0 ? s.bottom : s.top) + lStep;
-  if (xStampInStore(s)) return 1;
   for (long r = lFrom; r != lEnd; r += lStep) xStampRow(s, r);
   return 1;
 }

@@ -11,7 +11,7 @@ IMPLEMENT_DYNAMIC(PPen, PLineBaseObject)
 
 namespace {
 
-constexpr int kCallersShape = 100, k256Grays = 5, kWeightBits = 8, kLargestSize = 2048;
+constexpr int kLargestSize = 2048;
 
 }  // namespace
 

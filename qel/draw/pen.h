@@ -84,6 +84,9 @@ class QEL_API PPen : public PLineBaseObject {
   static long m_nShapeTileSize;  // edge of a tile in pixels
 
  private:
+  static constexpr int kLibraryShape = 10, kCallersShape = 100;  // the first shape code of each
+  static constexpr int k256Grays = 5, kWeightBits = 8;           // what footprints are
+
   PQel m_oOwnShape;   // what SetShape renders into
   int m_nOwnShape;    // and its shape
   long m_lLineBytes;  // room for a line of colours and of the image, each, in the work buffer

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kCallersShape = 100, kLibraryShape = 10, k256Grays = 5, kWeightBits = 8;
 constexpr long kSubPixels = 8, kSizeStep = 32, kThickness = 15;
 constexpr long kAngles[] = {135, 45, 0, 90};  // of the thin ellipses, shapes 2 to 5
 constexpr unsigned char kOutside = 255;

@@ -273,7 +273,7 @@ TEST(DrawVerb, TellsTheLineAndTheReason) {
     EXPECT_FALSE(std::filesystem::exists(scratch / "out.bmp")) << wrong;
   }
   for (const char *canvas : {"new:", "new:0x5", "new:5", "new:5x5:rgb:#fff", "new:5x5:9", "new:5x5:rgb:#ffffff:1"})
-    EXPECT_EQ(Draw(scratch, canvas, "").status, 1) << canvas;
+    EXPECT_EQ(Draw(scratch, canvas, "").status, 2) << canvas;
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ Hsl SlowHsl(int B, int G, int R) {
   return {H < 0 ? H + 360 : H, S, L};
 }
 
-TEST(Hsl, FollowsTheFormulaForEveryColour) {
+TEST(Hsl, FollowsTheFormulaAllOverTheCube) {
   for (int B = 0; B < 256; ++B) {
     Line line;
     for (int G = 0; G < 256; ++G)
