@@ -9,7 +9,9 @@
 #include "pair.h"
 #include "qel/image/image.h"
 #include "qel/lines/coverage.h"
+#include "qel/lines/flood.h"
 #include "qel/lines/key_mask.h"
+#include "qel/lines/run_fill.h"
 #include "qel/lines/threshold.h"
 
 namespace {
@@ -86,10 +88,49 @@ bench::Works BorderLine() {
           })};
 }
 
+/// A line in a box of colours but for a pixel here and there, whose runs are found.
+bench::Works BoxRuns() {
+  const auto line = RandomLine(3 * kWidth, 4), bits = std::make_shared<Line>(kWidth / 8);
+  for (long x = 0; x < kWidth; x += 1 + (*line)[static_cast<std::size_t>(x)])
+    (*line)[static_cast<std::size_t>(3 * x)] = 255;
+  const qel::lines::ColorBox box = {{0, 0, 0}, {254, 255, 255}};
+  const auto count = std::make_shared<long>(0);
+  return {bench::Repeat([=] {
+            qel::lines::ForEachRun(line->data(), bits->data(), 0, kWidth, qel::lines::BoxTest(box),
+                                   [&](long first, long last) { *count += last - first; });
+          }),
+          bench::Repeat([=] {
+            const unsigned char *p = line->data();
+            bool within = false;
+            for (long x = 0; x < kWidth; ++x, p += 3) {
+              bool inside = (bits->data()[x / 8] & 0x80 >> x % 8) == 0;
+              for (int c = 0; c < 3; ++c) inside &= p[c] >= box.low[c] && p[c] <= box.high[c];
+              *count += inside && within;
+              within = inside;
+            }
+          })};
+}
+
+/// Runs of 40 pixels, as polygons have them.
+bench::Works ShortRuns() {
+  const auto ours = RandomLine(3 * kWidth, 5), theirs = RandomLine(3 * kWidth, 5);
+  return {bench::Repeat([=] {
+            for (long x = 0; x + 40 <= kWidth; x += 40) FillRunTrio(ours->data() + 3 * x, 0x1E3CC8, 40);
+            bench::Touch(ours->data());
+          }),
+          bench::Repeat([=] {
+            for (long x = 0; x + 40 <= kWidth; x += 40)
+              for (long i = x; i < x + 40; ++i) std::memcpy(theirs->data() + 3 * i, "\xC8\x3C\x1E", 3);
+            bench::Touch(theirs->data());
+          })};
+}
+
 const bench::PairsAtStart g_pairs([] {
   bench::AddPair({"draw/ellipse, 24-bit : memset", 0, kEllipseBytes, [] { return Ellipse(false); }});
   bench::AddPair({"draw/smooth ellipse, 24-bit : memset", 0, kEllipseBytes, [] { return Ellipse(true); }});
   bench::AddPair({"draw/eight covering rows : plain loop", 0.2, 6 * kWidth, CoverLine});
+  bench::AddPair({"draw/runs in a colour box : plain loop", 0.4, 3 * kWidth, BoxRuns});
+  bench::AddPair({"draw/short runs of 24 bits : plain loop", 0.3, 3 * kWidth, ShortRuns});
   bench::AddPair({"draw/border flags : plain loop", 0.5, kWidth, BorderLine});
 });
 

@@ -24,6 +24,13 @@ BoxTest BoxAround(const unsigned char *pColor, int nTolerance) {
   return BoxTest(box);
 }
 
+/// Pixels x to last of a row, which the region reaches; `ends` tells where it may go on.
+struct Seed {
+  long x, y, last;
+  int ends;
+};
+constexpr int kOpenLeft = 1, kOpenRight = 2, kOpenEnds = kOpenLeft | kOpenRight;
+
 /// Rows of an image: in its store where that can be, else through a line.
 class Rows {
  public:
@@ -51,6 +58,13 @@ class Rows {
     return (m_bColors ? m_image.Get24bitHorLine(x1, x2, y, pLine, nullptr) : m_image.GetHorLine(x1, x2, y, pLine))
                ? pLine
                : nullptr;
+  }
+
+  /// Columns x1 to x2 of row y may be asked for soon. Regions are walked down and up through narrow columns of rows,
+  /// where the processor does not guess what comes next.
+  void Expect(long x1, long x2, long y) const {
+    if (m_pRows != nullptr && y >= 0 && y < m_image.GetImageHeight())
+      qel::lines::Prefetch(m_pRows + y * m_lRowStep + 3 * x1, 3 * (x2 - x1 + 1));
   }
 
  private:
@@ -90,7 +104,11 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
   if (!xMakeVisited(visited) || !ones.AllocMemory(GMEM_MOVEABLE, static_cast<unsigned long>(lWidth / 8 + 8))) return 0;
   std::fill_n(ones.GetPointer(), lWidth / 8 + 8, static_cast<unsigned char>(0xFF));
   Rows colors(reference, true), bits(visited, false);
-  if (!colors.Alloc(lWidth) || !bits.Alloc(lWidth) || !stack.Push(ptSeed.x, ptSeed.y)) return 0;
+  // Where rows stay where they are and nothing but runs changes them, the pixels that a seed was found with need not be
+  // looked at again: they are filled all at once or not at all.
+  const bool bInStore = xFillsRunsInStore(), bKeepRuns = bInStore && colors.IsStored() && bits.IsStored();
+  const auto push = [&](const Seed &seed) { return stack.Push(seed.x, seed.y) && stack.Push(seed.last, seed.ends); };
+  if (!colors.Alloc(lWidth) || !bits.Alloc(lWidth) || !push({ptSeed.x, ptSeed.y, ptSeed.x, kOpenEnds})) return 0;
 
   struct {
     long y, left, right;
@@ -101,9 +119,12 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
     const unsigned char *const pColors = colors.Get(x1, x2, y, &lColorFrom), *const pBits =
                                                                                  bits.Get(x1, x2, y, &lBitFrom);
     if (pColors == nullptr || pBits == nullptr) return true;
+    const long n = x2 - x1 + 1;
     bool bPushed = true;
-    qel::lines::ForEachRunStart(pColors + 3 * (x1 - lColorFrom), pBits, x1 - lBitFrom, x2 - x1 + 1, box,
-                                [&](long i) { bPushed &= stack.Push(x1 + i, y) != 0; });
+    qel::lines::ForEachRun(pColors + 3 * (x1 - lColorFrom), pBits, x1 - lBitFrom, n, box, [&](long first, long end) {
+      const int nEnds = (first == 0 ? kOpenLeft : 0) | (end == n - 1 ? kOpenRight : 0);
+      bPushed &= bKeepRuns ? push({x1 + first, y, x1 + end, nEnds}) : push({x1 + first, y, x1 + first, kOpenEnds});
+    });
     return bPushed;
   };
   const auto seedBeside = [&](long left, long right, long y) {
@@ -112,9 +133,8 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
     return seed(left, std::min(right, last.left - 1), y) && seed(std::max(left, last.right + 1), right, y);
   };
 
-  const bool bInStore = xFillsRunsInStore();
-  POINT pt;
-  while (stack.Pop(&pt)) {
+  POINT pt, known;
+  while (stack.Pop(&known) && stack.Pop(&pt)) {
     const long x = pt.x, y = pt.y;
     long lBitFrom, lColorFrom, left = 0, right = lWidth - 1;
     unsigned char *const pBits = bits.Get(0, lWidth - 1, y, &lBitFrom);
@@ -126,9 +146,12 @@ int PQelDraw::FloodFill(CPoint ptSeed, short nTolerance, PQel *pReference) {
     const unsigned char *pColors = colors.Get(left, right, y, &lColorFrom);
     if (pColors == nullptr) continue;
     pColors -= 3 * lColorFrom;
-    if (!qel::lines::IsInBox(pColors, x, box)) continue;
-    left = qel::lines::FirstOpen(pBits, x, qel::lines::FirstInBox(pColors, x, left, box));
-    right = qel::lines::LastOpen(pBits, x, qel::lines::LastInBox(pColors, x, right, box));
+    if (!bKeepRuns && !qel::lines::IsInBox(pColors, x, box)) continue;
+    left = known.y & kOpenLeft ? qel::lines::FirstOpen(pBits, x, qel::lines::FirstInBox(pColors, x, left, box)) : x;
+    right = known.y & kOpenRight
+                ? qel::lines::LastOpen(pBits, known.x, qel::lines::LastInBox(pColors, known.x, right, box))
+                : known.x;
+    colors.Expect(left, right, last.y < y ? y + 2 : y - 2);
     const long run[2] = {left, right};
     if (!bInStore || !xFillRunsInStore(run, 1, y)) FillBrushHorLine(left, right, y);
     if (bits.IsStored())
@@ -163,5 +186,5 @@ int PQelDraw::xFindImageBound(long *pLeft, long *pRight, long x, BYTE *pLine, BY
 void PQelDraw::xFindNewPoint(long x1, long x2, long y, BYTE *pLine, BYTE *pBits, BYTE byRedLow, BYTE byRedHigh,
                              BYTE byGreenLow, BYTE byGreenHigh, BYTE byBlueLow, BYTE byBlueHigh, PPointStack &stack) {
   const BoxTest box({{byBlueLow, byGreenLow, byRedLow}, {byBlueHigh, byGreenHigh, byRedHigh}});
-  qel::lines::ForEachRunStart(pLine, pBits, 0, x2 - x1 + 1, box, [&](long i) { stack.Push(x1 + i, y); });
+  qel::lines::ForEachRun(pLine, pBits, 0, x2 - x1 + 1, box, [&](long first, long) { stack.Push(x1 + first, y); });
 }

@@ -2,6 +2,8 @@
 
 #include "qel/lines/flood.h"
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -92,5 +94,10 @@ long NextInBox(const unsigned char *line, long x, long end, const BoxTest &box) 
 }
 
 }  // namespace plain
+
+void Prefetch(const unsigned char *line, long bytes) {
+  constexpr long kCacheLine = 64;
+  for (long i = 0; i < bytes; i += kCacheLine) hwy::Prefetch(line + i);
+}
 
 }  // namespace qel::lines

@@ -35,21 +35,26 @@ long LastInBox(const unsigned char *line, long x, long last, const BoxTest &box)
 /// The first pixel in a box from pixel x on; `end` when there is none before it.
 long NextInBox(const unsigned char *line, long x, long end, const BoxTest &box);
 
-/// Calls `found` with the first pixel of each run of open pixels in a box, of n that begin at `line` and at bit `from`.
+/// Calls `found` with the first and the last pixel of each run of open pixels in a box, of n that begin at `line` and
+/// at bit `from`.
 template <class Found>
-void ForEachRunStart(const unsigned char *line, const unsigned char *bits, long from, long n, const BoxTest &box,
-                     Found found) {
+void ForEachRun(const unsigned char *line, const unsigned char *bits, long from, long n, const BoxTest &box,
+                Found found) {
   for (long i = 0; i < n; ++i) {
     if (!IsOpen(bits, from + i)) {
       i = LastClosed(bits, from + i, from + n - 1) - from;
     } else if (IsInBox(line, i, box)) {
-      found(i);
+      const long first = i;
       i = LastOpen(bits, from + i, from + LastInBox(line, i, n - 1, box)) - from;
+      found(first, i);
     } else {
       i = NextInBox(line, i + 1, n, box) - 1;
     }
   }
 }
+
+/// Brings bytes near that are to be read soon.
+void Prefetch(const unsigned char *line, long bytes);
 
 /// Bytes of a 24-bit line that lie within a box's bounds, counted from its first one on and back from its last one.
 long LeadingInBox(const unsigned char *line, long bytes, const BoxTest &box);

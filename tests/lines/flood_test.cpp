@@ -41,10 +41,14 @@ TEST(Flood, RunsEndWhereTheFirstUnlikePixelIs) {
         ASSERT_EQ(LastInBox(line.data(), x, last, box), end(x, last, 1, inBox)) << round;
       }
       std::vector<long> found, expected;
-      for (long i = first; i <= last; ++i)
-        if (inBox(i) && open(i) && (i == first || !inBox(i - 1) || !open(i - 1))) expected.push_back(i - first);
-      ForEachRunStart(line.data() + 3 * first, bits.data(), first, last - first + 1, box,
-                      [&](long i) { found.push_back(i); });
+      const auto isIn = [&](long i) { return i >= first && i <= last && inBox(i) && open(i); };
+      for (long i = first; i <= last; ++i) {
+        if (isIn(i) && !isIn(i - 1)) expected.push_back(i - first);
+        if (isIn(i) && !isIn(i + 1)) expected.push_back(i - first);
+      }
+      ForEachRun(line.data() + 3 * first, bits.data(), first, last - first + 1, box, [&](long i, long end) {
+        found.insert(found.end(), {i, end});
+      });
       ASSERT_EQ(found, expected) << round;
       std::vector<unsigned char> closed = bits;
       Close(closed.data(), first, last);
