@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need: asks dpkg which are missing and fetches only those, through
-# sudo when not run as root. Nothing is asked and nothing is touched when all are there.
+# sudo when not run as root. Nothing is asked and nothing is touched when all are there. With --fuzz: what the fuzz targets need
+# besides.
 set -euo pipefail
 
 needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev
         libjpeg62-turbo-dev libwebp-dev libtiff-dev libgif-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core imagemagick)
+fuzzing=(clang libclang-rt-14-dev)
 welcome=(ccache) # makes rebuilds faster; a build without it is the same
+[ "${1:-}" != --fuzz ] || needed+=("${fuzzing[@]}")
 
 have_dpkg() { command -v dpkg-query >/dev/null && command -v apt-get >/dev/null; }
 
