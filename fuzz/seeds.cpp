@@ -1,5 +1,5 @@
-// fuzz_seeds FOLDER: writes small pictures of every type in every format that can be written, each into the folder of
-// the target that starts from it.
+// fuzz_seeds FOLDER: writes small pictures of every type in every format that can be written, each into the subfolder of
+// its format where there is one.
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -13,7 +13,6 @@ constexpr int kTypes = 10;
 constexpr long kWidth = 37, kHeight = 23;
 
 std::string PlaceOf(const std::string &folder, const std::string &target, int type) {
-  std::filesystem::create_directories(folder + '/' + target);
   return folder + '/' + target + "/type" + std::to_string(type) + '.' + target;
 }
 
@@ -34,7 +33,7 @@ void Write(PQel &image, const std::string &folder, int type) {
   AllFormat format;
   for (int i = 0; AllGetFormat(i, &format); ++i) {
     const std::string extension = format.pszExtension;
-    if (format.bWrites)
+    if (format.bWrites && std::filesystem::is_directory(folder + '/' + extension))
       image.SaveImage(PlaceOf(folder, extension, type).c_str(), ("zul" + extension + "32.dll").c_str());
   }
 }

@@ -26,20 +26,20 @@ export ASAN_OPTIONS=allocator_may_return_null=1:max_allocation_size_mb=512:allow
 export UBSAN_OPTIONS=print_stacktrace=1 XDG_CONFIG_HOME=$build/settings  # not the user's own
 rm -rf "$seeds" "$findings"
 mkdir -p "$findings" "$XDG_CONFIG_HOME"
+for target in "$targets"/*; do mkdir -p "$seeds/${target##*/}"; done
 "$build/fuzz/fuzz_seeds" "$seeds"
-[ $# -gt 0 ] || set -- $(cd "$targets" && ls)
 if [ -n "$data" ]; then
   find "$data" -type f -size -2M | while read -r picture; do
     extension=${picture##*.}
-    case $extension in bmp) for into in bmp dib; do cp "$picture" "$seeds/$into/"; done ;;
-      *) [ ! -d "$seeds/$extension" ] || cp "$picture" "$seeds/$extension/" ;; esac
+    case $extension in bmp) into=(bmp dib) ;; jpeg) into=(jpg) ;; tiff) into=(tif) ;; *) into=("$extension") ;; esac
+    for target in "${into[@]}"; do [ ! -d "$seeds/$target" ] || cp "$picture" "$seeds/$target/"; done
   done
 fi
 find "$seeds" -type f -exec chmod u+w {} +
 
 run() { # target
   local corpus=$build/corpus/$1
-  mkdir -p "$corpus" "$seeds/$1"
+  mkdir -p "$corpus"
   "$targets/$1" "$corpus" "$seeds/$1" -max_total_time="$seconds" -max_len=65536 -timeout=20 -rss_limit_mb=2048 -malloc_limit_mb=1024 \
     -handle_segv=0 -handle_bus=0 -artifact_prefix="$findings/$1-" >"$build/$1.log" 2>&1 && return
   echo "fuzz: $1 has a finding (log: $build/$1.log)"
@@ -47,6 +47,7 @@ run() { # target
   return 1
 }
 
+[ $# -gt 0 ] || set -- $(ls "$targets")
 echo "fuzz: $* for $seconds s each ..."
 running=0 bad=0
 for target in "$@"; do
