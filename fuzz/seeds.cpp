@@ -1,5 +1,5 @@
-// fuzz_seeds FOLDER: writes small pictures of every type in every format that can be written, each into the subfolder of
-// its format where there is one.
+// fuzz_seeds FOLDER: writes small pictures of every type in every format that can be written, each into the subfolder
+// of its format where there is one.
 #include <cstdio>
 #include <filesystem>
 #include <string>
