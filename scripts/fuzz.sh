@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs clang when it is missing, builds the fuzz targets and runs each: fuzz.sh [SECONDS [TARGET...]] (60 s, all targets).
+# Installs what is missing, builds the fuzz targets and runs each: fuzz.sh [SECONDS [TARGET...]] (60 s, all targets).
 #
 # A target starts from pictures that the engine itself writes, from those in the folder that QEL_TEST_DATA names, and from what
 # earlier runs found worth keeping. What ends a target lies in build/fuzz/findings, with what it said in build/fuzz/NAME.log;
@@ -15,6 +15,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 have_clang() { command -v clang++ >/dev/null && echo 'extern "C" int LLVMFuzzerTestOneInput(const char*, long) { return 0; }' |
   clang++ -x c++ -fsanitize=fuzzer - -o /dev/null 2>/dev/null; }
+scripts/install_packages.sh
 if ! have_clang && { ! scripts/install_packages.sh --fuzz || ! have_clang; }; then
   echo "fuzz: skipped, there is no clang++ with libFuzzer here"
   exit 0
@@ -40,7 +41,7 @@ find "$seeds" -type f -exec chmod u+w {} +
 run() { # target
   local corpus=$build/corpus/$1
   mkdir -p "$corpus"
-  "$targets/$1" "$corpus" "$seeds/$1" -max_total_time="$seconds" -max_len=65536 -timeout=20 -rss_limit_mb=2048 -malloc_limit_mb=1024 \
+  "$targets/$1" "$corpus" "$seeds/$1" -max_total_time="$seconds" -max_len=65536 -timeout=60 -rss_limit_mb=2048 -malloc_limit_mb=1024 \
     -handle_segv=0 -handle_bus=0 -artifact_prefix="$findings/$1-" >"$build/$1.log" 2>&1 && return
   echo "fuzz: $1 has a finding (log: $build/$1.log)"
   tail -n 60 "$build/$1.log"
