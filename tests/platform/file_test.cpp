@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "qel/platform/kernel/file.h"
+#include "qel/platform/kernel/profile.h"
 
 namespace {
 
@@ -134,6 +135,13 @@ TEST_F(FileTest, OpenTellsWhyItFails) {
   EXPECT_EQ(OpenCause(m_folder.c_str(), CFile::modeRead), CFileException::accessDenied);
   EXPECT_EQ(OpenCause(m_folder.c_str(), CFile::modeCreate | CFile::modeWrite), CFileException::accessDenied);
   EXPECT_EQ(OpenCause(file.c_str(), 3), CFileException::genericException);
+  const std::string fifo = Path("fifo");  // nobody writes into it, so opening it in the usual way would wait
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(OpenCause(fifo.c_str(), CFile::modeRead), CFileException::badSeek);
+  EXPECT_EQ(OpenCause(fifo.c_str(), CFile::modeReadWrite), CFileException::badSeek);
+  EXPECT_EQ(OpenFile(fifo.c_str(), nullptr, OF_READ), HFILE_ERROR);
+  EXPECT_FALSE(WritePrivateProfileStringA("s", "k", "1", fifo.c_str()));
+  EXPECT_TRUE(std::filesystem::is_fifo(fifo));
 
   CFile open;  // an open object keeps its file
   CFileException error;

@@ -4,7 +4,6 @@
 #include "qel/platform/kernel/file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +11,7 @@
 #include <mutex>
 #include <set>
 
+#include "qel/platform/kernel/descriptor.h"
 #include "qel/platform/kernel/error.h"
 
 namespace {
@@ -26,18 +26,14 @@ OpenFiles &Files() {
   return files;
 }
 
-// A descriptor of anything but a folder, or -1 with errno.
+// A descriptor, or -1 with errno.
 int OpenDescriptor(const char *pszFileName, UINT nStyle) {
   constexpr int kAccess[] = {O_RDONLY, O_WRONLY, O_RDWR};
   const UINT nAccess = nStyle & 3;
   if (pszFileName == nullptr || *pszFileName == '\0') return errno = ENOENT, -1;
   if (nAccess > OF_READWRITE) return errno = EINVAL, -1;
   const int nFlags = (nStyle & OF_CREATE) != 0 ? O_RDWR | O_CREAT | O_TRUNC : kAccess[nAccess];
-  const int nDescriptor = open(pszFileName, nFlags | O_CLOEXEC | O_NOCTTY, 0666);
-  struct stat status;
-  if (nDescriptor < 0 || fstat(nDescriptor, &status) != 0 || !S_ISDIR(status.st_mode)) return nDescriptor;
-  close(nDescriptor);
-  return errno = EISDIR, -1;
+  return qel::kernel::OpenPositioned(pszFileName, nFlags);
 }
 
 void Report(OFSTRUCT *pReOpenBuf, const char *pszFileName, DWORD dwError) {

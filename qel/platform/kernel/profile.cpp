@@ -19,12 +19,15 @@
 #include <string_view>
 #include <vector>
 
+#include "qel/platform/kernel/descriptor.h"
 #include "qel/platform/kernel/error.h"
 #include "qel/platform/kernel/module.h"
 
 namespace fs = std::filesystem;
 
 namespace {
+
+using qel::kernel::Retry;
 
 using Lines = std::vector<std::string>;  // each with its line end, which the last one may lack
 
@@ -171,12 +174,13 @@ class Descriptor {
 
 // The lines of a file, none when it is missing; nothing, with errno, when it cannot be read.
 std::optional<Lines> ReadLines(const std::string &path) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor file(qel::kernel::OpenPositioned(path.c_str(), O_RDONLY));
   if (file.Get() < 0) return errno == ENOENT ? std::optional<Lines>(Lines()) : std::nullopt;
   std::string text;
   char block[4096];
   ssize_t nRead;
-  while ((nRead = read(file.Get(), block, sizeof block)) > 0) text.append(block, static_cast<size_t>(nRead));
+  while ((nRead = Retry([&] { return read(file.Get(), block, sizeof block); })) > 0)
+    text.append(block, static_cast<size_t>(nRead));
   if (nRead < 0) return {};
   Lines lines;
   for (size_t nBegin = 0; nBegin < text.size();) {
@@ -190,12 +194,12 @@ std::optional<Lines> ReadLines(const std::string &path) {
 bool WriteAll(int nFile, const Lines &lines) {
   for (const std::string &line : lines) {
     for (size_t nDone = 0; nDone < line.size();) {
-      const ssize_t nWritten = write(nFile, line.data() + nDone, line.size() - nDone);
+      const ssize_t nWritten = Retry([&] { return write(nFile, line.data() + nDone, line.size() - nDone); });
       if (nWritten < 0) return false;
       nDone += static_cast<size_t>(nWritten);
     }
   }
-  return fsync(nFile) == 0;
+  return Retry([=] { return fsync(nFile); }) == 0;
 }
 
 // Puts a new file in the place of `path`, or of what it links to, with the same permissions; false with errno.

@@ -11,11 +11,15 @@
 #include <cerrno>
 #include <utility>
 
+#include "qel/platform/kernel/descriptor.h"
+
 IMPLEMENT_DYNAMIC(CException, CObject)
 IMPLEMENT_DYNAMIC(CFileException, CException)
 IMPLEMENT_DYNAMIC(CFile, CObject)
 
 namespace {
+
+using qel::kernel::Retry;
 
 // Errors -------------------------------------------------------------------------------------------------------------
 
@@ -56,14 +60,6 @@ int CauseOf(int nErrno, int nCauseOr) {
   }
 }
 
-// Repeats a system call that a signal interrupted.
-template <class Call>
-auto Retry(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
-}
-
 // Opening ------------------------------------------------------------------------------------------------------------
 
 constexpr UINT kAccessMask = 0x3;
@@ -94,7 +90,6 @@ int Lock(int nDescriptor, int nLock) {
 int LockAndEmpty(int nDescriptor, UINT nOpenFlags) {
   struct stat status;
   if (fstat(nDescriptor, &status) != 0) return errno;
-  if (S_ISDIR(status.st_mode)) return EISDIR;
   if (!S_ISREG(status.st_mode)) return 0;  // devices are shared by the whole system, nobody locks or empties them
   const int nLock = LockOf(nOpenFlags);
   const bool bEmpty = (nOpenFlags & CFile::modeCreate) != 0 && (nOpenFlags & CFile::modeNoTruncate) == 0;
@@ -114,8 +109,7 @@ int OpenDescriptor(const char *pszFileName, UINT nOpenFlags) {
   const bool bCreate = (nOpenFlags & CFile::modeCreate) != 0;
   if (bCreate && nAccess == CFile::modeRead)
     nAccess = CFile::modeReadWrite;  // a read-only descriptor cannot be emptied
-  const int nFlags = kAccess[nAccess] | O_CLOEXEC | O_NOCTTY | (bCreate ? O_CREAT : 0);
-  const int nDescriptor = Retry([&] { return open(pszFileName, nFlags, 0666); });
+  const int nDescriptor = qel::kernel::OpenPositioned(pszFileName, kAccess[nAccess] | (bCreate ? O_CREAT : 0));
   if (nDescriptor < 0) return -1;
   if (const int nErrno = LockAndEmpty(nDescriptor, nOpenFlags); nErrno != 0) {
     close(nDescriptor);
