@@ -20,6 +20,8 @@ struct Pass {
 constexpr Pass kInterlaced[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
 constexpr Pass kPlain[] = {{0, 1}};
 
+constexpr long kMostPixelsPerByte = 4096 * 8 / 12;  // each code of the last width makes the longest string
+
 class GifDecoder : public Decoder {
  public:
   explicit GifDecoder(int nFile) : m_reader(nFile) {}
@@ -74,6 +76,7 @@ bool GifDecoder::ReadInfo(PictureInfo &info) {
   const GifImageDesc &frame = m_gif->Image;
   info.width = std::max<long>(m_gif->SWidth, long{frame.Left} + frame.Width);
   info.height = std::max<long>(m_gif->SHeight, long{frame.Top} + frame.Height);
+  if (!m_reader.CanHold(info.width, info.height, kMostPixelsPerByte)) return error = kTooShort, false;
   const ColorMapObject *const map = frame.ColorMap != nullptr ? frame.ColorMap : m_gif->SColorMap;
   if (map == nullptr) {
     info.type = 5;
