@@ -1,7 +1,9 @@
 // Picture files opened and saved through the format libraries; the yardstick is the library beneath alone, file to
 // memory and back. Each run opens its file anew and takes fresh memory, on both sides.
+#include <gif_lib.h>
 #include <png.h>
 #include <sys/mman.h>
+#include <tiffio.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -40,13 +42,19 @@ std::vector<unsigned char> MakePhoto() {
 struct Pictures {
   test::Scratch scratch;
   std::vector<unsigned char> photo = MakePhoto();
-  PQel image;
-  std::string jpeg = scratch / "photo.jpg", png = scratch / "photo.png", saved = scratch / "saved";
+  PQel image, grays;
+  std::string jpeg = scratch / "photo.jpg", png = scratch / "photo.png", tif = scratch / "photo.tif",
+              gif = scratch / "grays.gif", saved = scratch / "saved";
 
   Pictures() {
     image.CreateImage(1, kWidth, kHeight, 0, nullptr, 0, 0, 1, 0, 0);
-    for (long y = 0; y < kHeight; ++y) image.PutHorLine(y, photo.data() + y * kRowBytes);
-    if (!image.SaveImage(jpeg.c_str(), "zuljpg32") || !image.SaveImage(png.c_str(), "zulpng32")) {
+    grays.CreateImage(5, kWidth, kHeight, 0, nullptr, 0, 0, 1, 0, 0);
+    for (long y = 0; y < kHeight; ++y) {
+      image.PutHorLine(y, photo.data() + y * kRowBytes);
+      grays.PutHorLine(y, photo.data() + y * kRowBytes);  // the first third of the row
+    }
+    if (!image.SaveImage(jpeg.c_str(), "zuljpg32") || !image.SaveImage(png.c_str(), "zulpng32") ||
+        !image.SaveImage(tif.c_str(), "zultif32") || !grays.SaveImage(gif.c_str(), "zulgif32")) {
       std::fputs("codec_bench: the format libraries are not there\n", stderr);
       std::exit(1);
     }
@@ -137,6 +145,33 @@ void ReadPng(const std::string &path) {
   std::fclose(file);
 }
 
+// libtiff and giflib alone
+// ---------------------------------------------------------------------------------------------
+
+void ReadTiff(const std::string &path) {
+  const Memory memory;
+  TIFF *tiff = TIFFOpen(path.c_str(), "r");
+  unsigned char *to = memory.bytes;
+  for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip)
+    to += TIFFReadEncodedStrip(tiff, strip, to, -1);
+  TIFFClose(tiff);
+}
+
+void ReadGif(const std::string &path) {
+  const Memory memory;
+  GifFileType *gif = DGifOpenFileName(path.c_str(), nullptr);
+  GifRecordType record;
+  while (DGifGetRecordType(gif, &record) == GIF_OK && record != IMAGE_DESC_RECORD_TYPE) {
+    int code;
+    GifByteType *block;
+    DGifGetExtension(gif, &code, &block);
+    while (block != nullptr) DGifGetExtensionNext(gif, &block);
+  }
+  DGifGetImageDesc(gif);
+  for (long y = 0; y < kHeight; ++y) DGifGetLine(gif, memory.bytes + y * kWidth, kWidth);
+  DGifCloseFile(gif, nullptr);
+}
+
 // Pairs --------------------------------------------------------------------------------------------------------------
 
 bench::Works Open(const std::string &path, const char *library, void (*bare)(const std::string &)) {
@@ -153,6 +188,10 @@ void AddPairs() {
       {"codec/open JPEG, 4096 x 3072, 24-bit", 1.05, kBytes, [] { return Open(Shared().jpeg, "zuljpg32", ReadJpeg); }});
   bench::AddPair(
       {"codec/open PNG, 4096 x 3072, 24-bit", 1.05, kBytes, [] { return Open(Shared().png, "zulpng32", ReadPng); }});
+  bench::AddPair(
+      {"codec/open TIFF, 4096 x 3072, 24-bit", 1.1, kBytes, [] { return Open(Shared().tif, "zultif32", ReadTiff); }});
+  bench::AddPair(
+      {"codec/open GIF, 4096 x 3072, 8-bit", 1.1, kBytes / 3, [] { return Open(Shared().gif, "zulgif32", ReadGif); }});
   bench::AddPair({"codec/save JPEG, 4096 x 3072, 24-bit", 1.1, kBytes, [] {
                     Pictures &pictures = Shared();
                     return bench::Works{Repeat([&] { pictures.image.SaveImage(pictures.saved.c_str(), "zuljpg32"); }),
