@@ -12,8 +12,12 @@
 #include <sstream>
 
 #include "apps/qel/failure.h"
+#include "qel/platform/kernel/descriptor.h"
 
 namespace app {
+
+using qel::kernel::Retry;
+
 namespace {
 
 constexpr char kName[] = "/.qel-batch";
@@ -85,13 +89,14 @@ void BatchRecord::Add(const std::string &name, const std::string &stamp) {
 std::string BatchRecord::Load() const {
   std::string text;
   char part[1 << 14];
-  for (ssize_t got; (got = read(m_file, part, sizeof part)) > 0;) text.append(part, static_cast<std::size_t>(got));
+  for (ssize_t got; (got = Retry([&] { return read(m_file, part, sizeof part); })) > 0;)
+    text.append(part, static_cast<std::size_t>(got));
   return text;
 }
 
 /// A line that cannot be written, on a full disk, costs no more than doing the picture again.
 void BatchRecord::Write(const std::string &text) const {
-  (void)!write(m_file, text.data(), text.size());
+  (void)Retry([&] { return write(m_file, text.data(), text.size()); });
 }
 
 }  // namespace app

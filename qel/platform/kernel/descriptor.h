@@ -13,9 +13,10 @@ auto Retry(Call call) {
   return result;
 }
 
-/// A descriptor, with O_CLOEXEC and O_NOCTTY, of a file or a device; -1 with errno. Folders (EISDIR), pipes and sockets
-/// (ESPIPE) have no bytes at a position and are refused at once, even where opening them would wait. What is created
-/// may be read and written by everybody, less the process's mask.
-int OpenPositioned(const char *path, int flags);
+/// A descriptor, with O_CLOEXEC and O_NOCTTY; -1 with errno. Opened for reading alone, it must be a regular file:
+/// pipes, sockets and devices (ESPIPE) are refused at once, as opening them or waiting for their bytes might never end.
+/// What is written may go anywhere but into a folder (EISDIR). A created file may be read and written by everybody,
+/// less the process's mask.
+int OpenDescriptor(const char *path, int flags);
 
 }  // namespace qel::kernel

@@ -33,7 +33,7 @@ int OpenDescriptor(const char *pszFileName, UINT nStyle) {
   if (pszFileName == nullptr || *pszFileName == '\0') return errno = ENOENT, -1;
   if (nAccess > OF_READWRITE) return errno = EINVAL, -1;
   const int nFlags = (nStyle & OF_CREATE) != 0 ? O_RDWR | O_CREAT | O_TRUNC : kAccess[nAccess];
-  return qel::kernel::OpenPositioned(pszFileName, nFlags);
+  return qel::kernel::OpenDescriptor(pszFileName, nFlags);
 }
 
 void Report(OFSTRUCT *pReOpenBuf, const char *pszFileName, DWORD dwError) {

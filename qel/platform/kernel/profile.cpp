@@ -174,7 +174,7 @@ class Descriptor {
 
 // The lines of a file, none when it is missing; nothing, with errno, when it cannot be read.
 std::optional<Lines> ReadLines(const std::string &path) {
-  const Descriptor file(qel::kernel::OpenPositioned(path.c_str(), O_RDONLY));
+  const Descriptor file(qel::kernel::OpenDescriptor(path.c_str(), O_RDONLY));
   if (file.Get() < 0) return errno == ENOENT ? std::optional<Lines>(Lines()) : std::nullopt;
   std::string text;
   char block[4096];

@@ -109,7 +109,7 @@ int OpenDescriptor(const char *pszFileName, UINT nOpenFlags) {
   const bool bCreate = (nOpenFlags & CFile::modeCreate) != 0;
   if (bCreate && nAccess == CFile::modeRead)
     nAccess = CFile::modeReadWrite;  // a read-only descriptor cannot be emptied
-  const int nDescriptor = qel::kernel::OpenPositioned(pszFileName, kAccess[nAccess] | (bCreate ? O_CREAT : 0));
+  const int nDescriptor = qel::kernel::OpenDescriptor(pszFileName, kAccess[nAccess] | (bCreate ? O_CREAT : 0));
   if (nDescriptor < 0) return -1;
   if (const int nErrno = LockAndEmpty(nDescriptor, nOpenFlags); nErrno != 0) {
     close(nDescriptor);
