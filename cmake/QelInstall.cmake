@@ -1,4 +1,5 @@
-# What an installed prefix holds: include/qel, libqel.so, the CMake package, the pkg-config file and bin/qel.
+# What an installed prefix holds: include/qel, libqel.so, the CMake package, the pkg-config file, bin/qel and
+# bin/qelview.
 
 include(CMakePackageConfigHelpers)
 
@@ -33,6 +34,9 @@ install(TARGETS qel EXPORT qelTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDI
 install(FILES "${PROJECT_BINARY_DIR}/qel/qel/palette.map" DESTINATION "${CMAKE_INSTALL_LIBDIR}/qel")
 if(TARGET qel_cli)
   install(TARGETS qel_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+if(TARGET qelview)
+  install(TARGETS qelview RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
 # find_package(qel)

@@ -27,9 +27,9 @@ int Run(int argc, char **argv) {
   app.require_subcommand(1);
   app.fallthrough();  // options of all verbs may stand behind the verb
   AddQuality(app);
-  for (const auto add :
-       {AddInfo,    AddConvert, AddPalette, AddGallery, AddResize, AddTurn,  AddRotate, AddBlur, AddMask,    AddShadow,
-        AddCompose, AddBorder,  AddBounds,  AddCompare, AddCard,   AddScene, AddDraw,   AddText, AddFormats, AddBatch})
+  for (const auto add : {AddInfo, AddConvert, AddPalette, AddGallery, AddResize, AddTurn,    AddRotate,
+                         AddBlur, AddMask,    AddShadow,  AddCompose, AddBorder, AddBounds,  AddCompare,
+                         AddCard, AddScene,   AddDraw,    AddShow,    AddText,   AddFormats, AddBatch})
     add(app, status);
   try {
     app.parse(argc, argv);

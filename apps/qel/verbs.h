@@ -24,6 +24,7 @@ void AddResize(CLI::App &app, int &status);
 void AddRotate(CLI::App &app, int &status);
 void AddScene(CLI::App &app, int &status);
 void AddShadow(CLI::App &app, int &status);
+void AddShow(CLI::App &app, int &status);
 void AddText(CLI::App &app, int &status);
 void AddTurn(CLI::App &app, int &status);
 
