@@ -3,6 +3,7 @@
 
 #include "apps/qelview/canvas.h"
 
+#include <algorithm>
 #include <new>
 
 namespace view {
@@ -98,7 +99,7 @@ const std::vector<std::uint32_t> &Canvas::Read(PQel *over) {
   if (over != nullptr) {
     const int overWidth = static_cast<int>(over->GetImageWidth()),
               overHeight = static_cast<int>(over->GetImageHeight());
-    const int x = (width - overWidth) / 2, y = (height - overHeight) / 2;
+    const int x = std::max(width - overWidth, 0) / 2, y = std::max(height - overHeight, 0) / 2;
     RECT rect = {x, y, x + overWidth, y + overHeight};
     over->ShowImage(m_frameContext, &rect, FALSE, nullptr);
   }
