@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes the pictures of dithering.md, masks-and-layers.md, drawing.md and text.md anew from the program's own test
-# pictures, and that of the example paint_scene:
+# Makes the pictures of dithering.md, masks-and-layers.md, drawing.md, text.md and window.md anew from the program's own
+# test pictures, and that of the example paint_scene:
 # docs/make_pictures.sh
 #
-# Every tile is the work of `qel`; ImageMagick sets the tiles side by side and packs them as PNG.
+# Every tile is the work of `qel` or `qelview`; ImageMagick sets the tiles side by side and packs them as PNG.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -128,6 +128,23 @@ echo 'copy window.bmp 400,0' >mask.txt
 "$qel" draw new:592x144 guards.bmp guards.txt
 for drawing in pens fills guards; do sheet "drawing-$drawing" 1 "$drawing.bmp"; done
 
+# The window, photographed on a screen that nobody sees: as it opens, on screens of few colours, enlarged, and endless.
+Xvfb -displayfd 3 3>screen -screen 0 800x600x24 -nolisten tcp 2>/dev/null &
+server=$!
+trap 'kill $server; rm -rf "$work"' EXIT
+until [ -s screen ]; do sleep 0.1; done
+export DISPLAY=:$(cat screen) SDL_RENDER_DRIVER=software
+"$qel" show --size 320x200 lake.bmp 2>/dev/null &
+window=$(xdotool search --sync --onlyvisible --name qelview)
+shots=()
+for keys in 0 8 4 1 '0 i i' 'z o r'; do
+  xdotool key $keys
+  sleep 1
+  shots+=("shot${#shots[@]}.png")
+  import -silent -window "$window" "${shots[-1]}"
+done
+sheet window 3 "${shots[@]}"
+
 # The example, built as a stranger would.
 cmake --install "$root/build/release" --prefix "$work/prefix" >/dev/null
 cmake -G Ninja -S "$root/examples/paint_scene" -B example "-DCMAKE_PREFIX_PATH=$work/prefix" >/dev/null
@@ -137,4 +154,4 @@ sheet painted 1 painted.bmp
 
 cd "$images"
 ls -l methods.png ramps.png families-*.png displays.png colours-256.png mask.png shadows.png soft-mask.png borders.png \
-  drawing-*.png painted.png text.png
+  drawing-*.png painted.png text.png window.png

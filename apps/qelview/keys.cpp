@@ -23,9 +23,9 @@ constexpr Key kKeys[] = {
     {"f", "the whole picture"},
     {"drag, arrow keys", "scroll"},
     {"+, -", "gamma: brighter, darker"},
-    {"1, 4, 8, 0", "as a screen of 1, 4, 8 bits or true colour shows it"},
-    {"c", "the common palette for 256 colours on a screen of 8 bits"},
-    {"r", "repeat: the picture as an endless plane"},
+    {"1, 4, 8, 0", "as on a screen of 1, 4, 8 bits, true colour"},
+    {"c", "the common palette on a screen of 8 bits"},
+    {"r", "repeat: an endless plane of the picture"},
     {"F1, h", "this help"},
     {"q, Escape", "leave"},
 };
@@ -42,7 +42,7 @@ constexpr Character kCharacters[] = {
     {'c', Action::kCommonPalette}, {'h', Action::kHelp},       {'q', Action::kLeave},
 };
 
-constexpr int kLine = 20, kMargin = 14, kGap = 24;
+constexpr int kLine = 18, kMargin = 12, kGap = 18;
 constexpr DWORD kNameColour = 0xFFD060, kMeaningColour = 0xFFFFFF;
 constexpr unsigned long kGround = 0x303030;
 

@@ -84,6 +84,11 @@ if(NOT text MATCHES "256 x 128 pixels, bottom-up")
   message(FATAL_ERROR "the installed command line said: ${text}")
 endif()
 
+# So does the window, where it is built.
+if(EXISTS "${moved}/bin/qelview")
+  run(text "${moved}/bin/qelview" --version)
+endif()
+
 # And the format libraries, by content.
 if(CODECS)
   run(text "${moved}/bin/qel" convert "${SCRATCH}/hello.bmp" "${SCRATCH}/hello.png")
