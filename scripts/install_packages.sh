@@ -7,6 +7,7 @@ set -euo pipefail
 needed=(g++ cmake ninja-build pkg-config libhwy-dev libcli11-dev libgtest-dev libbenchmark-dev libpng-dev
         libjpeg62-turbo-dev libwebp-dev libtiff-dev libgif-dev zlib1g-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core imagemagick
         libsdl2-dev xvfb xdotool)
+fuzzing=(clang libclang-rt-dev)
 welcome=(ccache) # makes rebuilds faster; a build without it is the same
 [ "${1:-}" != --fuzz ] || needed+=("${fuzzing[@]}")
 

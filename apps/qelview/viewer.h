@@ -41,7 +41,6 @@ class Viewer {
   void TakeSize();
   void Take(const SDL_Event &event);
   void TakeMotion(const SDL_MouseMotionEvent &motion);
-  void TakeKey(const SDL_Keysym &key);
   void Do(Action action);
   void GoTo(int direction);
   void ToggleHelp();
