@@ -5,6 +5,7 @@
 
 #include "codecs/bmp/bmp_format.h"
 #include "codecs/bmp/bmp_header.h"
+#include "codecs/common/plausible.h"
 #include "codecs/common/store.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/file_pixels.h"
@@ -57,6 +58,7 @@ bool BmpDecoder::ReadInfo(PictureInfo &info) {
   info.width = m_header.width;
   info.height = m_header.height;
   info.palette = m_header.palette;
+  if (!m_header.is_packed) info.least_bytes = LeastBytes(info.width, info.height, m_header.bits, kMostOfPlainRows);
   info.dpm_x = m_header.dpm_x;
   info.dpm_y = m_header.dpm_y;
   return true;
@@ -172,6 +174,7 @@ bool BmpDecoder::ReadPixels(const PixelRows &rows, const Progress &progress) {
   m_reader.Skip(m_header.gap);
   if (m_header.is_packed) {
     ClearRowsFrom(stored, 0);  // rows may be passed over
+    clears_padding = true;
     return xReadRuns(stored, progress);
   }
   const bool isPlain = rows.bit_count == m_header.bits &&

@@ -12,8 +12,6 @@ namespace qel::codecs {
 namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
-constexpr double kSmallPicture = 1 << 26;  // pixels
-constexpr double kGross = 16;
 
 }  // namespace
 
@@ -28,6 +26,12 @@ std::size_t ReadAt(int nFile, void *dst, std::size_t bytes, std::uint64_t offset
     done += static_cast<std::size_t>(got);
   }
   return done;
+}
+
+std::size_t FileBytes(int nFile) {
+  struct stat status;
+  const bool known = fstat(nFile, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+  return known ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
 bool FileReader::xFill() {
@@ -56,18 +60,6 @@ std::size_t FileReader::Next(const unsigned char **data) {
   const std::size_t bytes = m_end - m_at;
   m_at = m_end;
   return bytes;
-}
-
-std::size_t FileReader::Size() const {
-  struct stat status;
-  const bool known = fstat(m_nFile, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
-  return known ? static_cast<std::size_t>(status.st_size) : 0;
-}
-
-bool FileReader::CanHold(long width, long height, long mostPixelsPerByte) const {
-  const double pixels = static_cast<double>(width) * static_cast<double>(height);
-  const auto bytes = static_cast<double>(Size());
-  return pixels <= kSmallPicture || bytes == 0 || pixels <= kGross * bytes * static_cast<double>(mostPixelsPerByte);
 }
 
 void FileReader::Skip(std::size_t bytes) {

@@ -11,8 +11,8 @@ namespace qel::codecs {
 /// Copies up to `bytes` bytes that stand at an offset of a file; fewer at its end, or when it cannot be read.
 std::size_t ReadAt(int nFile, void *dst, std::size_t bytes, std::uint64_t offset);
 
-/// What is wrong with a file that cannot hold its picture.
-constexpr const char *kTooShort = "the file is far too short for a picture of its size";
+/// Bytes of a whole file; 0 for what is none of a fixed size.
+std::size_t FileBytes(int nFile);
 
 class FileReader {
  public:
@@ -24,12 +24,7 @@ class FileReader {
   /// Hands out the bytes that follow, as many as one read brings, in a buffer of the reader's; 0 at the end.
   std::size_t Next(const unsigned char **data);
 
-  /// Bytes of the whole file; 0 for what is none of a fixed size.
-  std::size_t Size() const;
-
-  /// False for a file that claims a gross multiple of the pixels that it can hold, where a byte stands for so many at
-  /// the most. Files cut short are no such files; nor are small pictures, which cost nothing.
-  bool CanHold(long width, long height, long mostPixelsPerByte) const;
+  std::size_t Size() const { return FileBytes(m_nFile); }
 
   /// Passes over bytes.
   void Skip(std::size_t bytes);

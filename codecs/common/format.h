@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,6 +24,7 @@ struct PictureInfo {
   std::vector<RGBQUAD> palette;  // colour table of types of 8 bits and fewer; empty: the type's standard one
   long dpm_x = 0;                // dots per metre; 0: not told
   long dpm_y = 0;
+  std::uint64_t least_bytes = 0;  // that no file of it can do without (common/plausible.h); 0: none are known
 };
 
 /// The rows of a picture in the image's store: `top` is the first byte of the top row, and the next row down starts
@@ -33,6 +35,7 @@ struct PixelRows {
   long width;
   long height;
   int bit_count;
+  bool is_own = false;  // in pages that the process has for itself, which read as 0 once they are given back
 
   unsigned char *Row(long y) const { return top + y * stride; }
 };
@@ -51,6 +54,8 @@ class Decoder {
   virtual bool ReadPixels(const PixelRows &rows, const Progress &progress) = 0;
 
   std::string error;
+  /// Set by a ReadPixels that leaves 0 what belongs to no pixel, so that rows which it did not touch need not be.
+  bool clears_padding = false;
 };
 
 /// Writes one picture, by the rules of Decoder. Nothing is written before WritePixels, so that an encoder also serves

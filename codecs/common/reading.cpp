@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "codecs/common/file_bytes.h"
+#include "codecs/common/plausible.h"
 #include "codecs/common/store.h"
 
 namespace qel::codecs {
@@ -36,6 +37,8 @@ Reading BeginReading(const Format &format, int nFile, long largestSide, std::str
     error = "the file's headers are not sound";
   } else if (info.width > largestSide || info.height > largestSide) {
     error = "the picture is too large";
+  } else if (!IsPlausible(info, FileBytes(nFile))) {
+    error = "the file claims more pixels than its bytes can hold";
   } else {
     return reading;
   }
@@ -51,7 +54,7 @@ Transfer ReadInto(const Reading &reading, const tagLmmInfo &memory, std::size_t 
   if (rows.width != info.width || rows.height != info.height || rows.bit_count != PQel::GetBitCount(info.type))
     return error = "the image does not have the picture's format", Transfer::kRefused;
   const bool complete = reading.decoder->ReadPixels(rows, progress);
-  ClearPadding(rows);
+  if (!reading.decoder->clears_padding) ClearPadding(rows);
   if (complete) return Transfer::kWhole;
   error = reading.decoder->error;
   if (error.empty()) error = "the picture is incomplete";

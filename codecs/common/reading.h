@@ -31,7 +31,7 @@ struct Reading {
 };
 
 /// Begins to read a file of a format. Without a decoder, and with a reason in `error`, when it is broken before its
-/// pixels begin, or larger than `largestSide` allows.
+/// pixels begin, or larger than `largestSide` or its own length allows.
 Reading BeginReading(const Format &format, int nFile, long largestSide, std::string &error);
 
 enum class Transfer {

@@ -2,6 +2,10 @@
 // negative.
 #include "codecs/common/store.h"
 
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -46,14 +50,45 @@ bool Store::Find(std::size_t offset) {
 
   unsigned char *const rows = m_start + offset;
   const bool topDown = m_header.biHeight < 0;
-  m_rows = {topDown ? rows : rows + (height - 1) * stride, topDown ? stride : -stride, width, height, bits};
+  m_rows = {topDown ? rows : rows + (height - 1) * stride,
+            topDown ? stride : -stride,
+            width,
+            height,
+            bits,
+            m_info.wMemKind == kGlobalHandle};
   return true;
 }
 
 // Clearing -----------------------------------------------------------------------------------------------------------
 
+namespace {
+
+constexpr std::uintptr_t kHugePage = 2 << 20;
+constexpr std::size_t kManyBytes = 4 * kHugePage;
+
+/// Clears memory of the process's own by giving its pages back, whole huge ones, as untouched memory reads as 0. A
+/// picture of gigabytes that its file does not bring takes no memory so. (Looking whether it is clear already would
+/// make the system provide the pages.)
+void GiveBack(unsigned char *bytes, std::size_t count) {
+  const auto address = reinterpret_cast<std::uintptr_t>(bytes);
+  const std::size_t before = (0 - address) % kHugePage;
+  const std::size_t inside = (count - before) / kHugePage * kHugePage;
+  unsigned char *const pages = bytes + before;
+  std::memset(bytes, 0, before);
+  if (madvise(pages, inside, MADV_DONTNEED) != 0) std::memset(pages, 0, inside);
+  std::memset(pages + inside, 0, count - before - inside);
+}
+
+}  // namespace
+
 void ClearRowsFrom(const PixelRows &rows, long y) {
-  for (; y < rows.height; ++y) std::memset(rows.Row(y), 0, static_cast<std::size_t>(std::labs(rows.stride)));
+  if (y >= rows.height) return;
+  unsigned char *const start = std::min(rows.Row(y), rows.Row(rows.height - 1));
+  const std::size_t bytes = static_cast<std::size_t>(std::labs(rows.stride) * (rows.height - y));
+  if (rows.is_own && bytes >= kManyBytes)
+    GiveBack(start, bytes);
+  else
+    std::memset(start, 0, bytes);
 }
 
 void ClearPadding(const PixelRows &rows) {

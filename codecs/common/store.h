@@ -37,7 +37,7 @@ inline std::size_t RowBytes(const PixelRows &rows) {
 
 /// The same rows with the bottom one first.
 inline PixelRows UpsideDown(const PixelRows &rows) {
-  return {rows.Row(rows.height - 1), -rows.stride, rows.width, rows.height, rows.bit_count};
+  return {rows.Row(rows.height - 1), -rows.stride, rows.width, rows.height, rows.bit_count, rows.is_own};
 }
 
 /// Sets whole rows from row y on to 0, padding included: those that a broken file did not bring.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "codecs/common/file_bytes.h"
+#include "codecs/common/plausible.h"
 #include "codecs/common/store.h"
 #include "codecs/gif/gif_error.h"
 #include "codecs/gif/gif_format.h"
@@ -19,8 +20,6 @@ struct Pass {
 };
 constexpr Pass kInterlaced[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
 constexpr Pass kPlain[] = {{0, 1}};
-
-constexpr long kMostPixelsPerByte = 4096 * 8 / 12;  // each code of the last width makes the longest string
 
 class GifDecoder : public Decoder {
  public:
@@ -76,7 +75,7 @@ bool GifDecoder::ReadInfo(PictureInfo &info) {
   const GifImageDesc &frame = m_gif->Image;
   info.width = std::max<long>(m_gif->SWidth, long{frame.Left} + frame.Width);
   info.height = std::max<long>(m_gif->SHeight, long{frame.Top} + frame.Height);
-  if (!m_reader.CanHold(info.width, info.height, kMostPixelsPerByte)) return error = kTooShort, false;
+  info.least_bytes = LeastBytes(info.width, info.height, 8, kMostOfLzw);  // the screen is hardly larger than its frame
   const ColorMapObject *const map = frame.ColorMap != nullptr ? frame.ColorMap : m_gif->SColorMap;
   if (map == nullptr) {
     info.type = 5;
@@ -98,8 +97,12 @@ void GifDecoder::xClear(const PixelRows &rows) {
   lines::PackIndices(outside.data(), m_line.data(), rows.bit_count, rows.width);
   std::fill_n(m_line.begin() + frame.Left, frame.Width, 0);
   lines::PackIndices(inside.data(), m_line.data(), rows.bit_count, rows.width);
-  for (long y = 0; y < rows.height; ++y)
-    std::memcpy(rows.Row(y), (y >= frame.Top && y < frame.Top + frame.Height ? inside : outside).data(), inside.size());
+  if (m_gif->SBackGroundColor == 0)
+    ClearRowsFrom(rows, 0);
+  else
+    for (long y = 0; y < rows.height; ++y)
+      std::memcpy(rows.Row(y), (y >= frame.Top && y < frame.Top + frame.Height ? inside : outside).data(),
+                  inside.size());
   lines::UnpackIndices(m_line.data(), outside.data(), rows.bit_count, rows.width);
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "codecs/common/file_bytes.h"
+#include "codecs/common/plausible.h"
 #include "codecs/common/store.h"
 #include "codecs/jpeg/jpeg_density.h"
 #include "codecs/jpeg/jpeg_error.h"
@@ -16,9 +17,8 @@
 namespace qel::codecs {
 namespace {
 
-constexpr long kMaxMemory = 1L << 31;              // for the coefficients of a progressive picture
-constexpr int kMaxScans = 500;                     // a file of endless empty scans would take hours
-constexpr long kMostPixelsPerByte = DCTSIZE2 * 8;  // of Huffman codes: a bit for each block
+constexpr long kMaxMemory = 1L << 31;  // for the coefficients of a progressive picture
+constexpr int kMaxScans = 500;         // a file of endless empty scans would take hours
 constexpr JDIMENSION kMostBandRows = MAX_SAMP_FACTOR * DCTSIZE;
 
 /// Hands libjpeg the bytes of the file. Behind its end stand end marks without end, so that the band of rows at hand is
@@ -108,8 +108,8 @@ bool JpegDecoder::ReadInfo(PictureInfo &info) {
   info.type = isGray ? 5 : 1;
   info.width = m_info.image_width;
   info.height = m_info.image_height;
-  if (!m_info.arith_code && !m_source.reader.CanHold(info.width, info.height, kMostPixelsPerByte))
-    return error = kTooShort, false;
+  // Of one channel: the others may be coarser.
+  if (!m_info.arith_code) info.least_bytes = LeastBytes(info.width, info.height, 8, kMostOfHuffmanBlocks);
   info.dpm_x = DensityToDpm(m_info.density_unit, m_info.X_density);
   info.dpm_y = DensityToDpm(m_info.density_unit, m_info.Y_density);
   return true;

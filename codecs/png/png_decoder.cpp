@@ -1,5 +1,6 @@
 // PNG files into rows, through libpng, whose transformations give the engine's own pixels in the store.
 #include "codecs/common/file_bytes.h"
+#include "codecs/common/plausible.h"
 #include "codecs/common/store.h"
 #include "codecs/png/png_error.h"
 #include "codecs/png/png_format.h"
@@ -10,7 +11,6 @@ namespace {
 
 constexpr std::size_t kLargestChunk = 8 << 20;  // bytes, unpacked, of profiles and texts, which are not used
 constexpr png_uint_32 kMostChunks = 1000;       // of them that are kept
-constexpr long kMostBitsPerByte = 1032 * 8;     // that deflate makes: 258 bytes of two bits
 
 class PngDecoder : public Decoder {
  public:
@@ -101,8 +101,8 @@ bool PngDecoder::ReadInfo(PictureInfo &info) {
   png_read_info(m_png, m_info);
   info.width = png_get_image_width(m_png, m_info);
   info.height = png_get_image_height(m_png, m_info);
-  const long bits = png_get_bit_depth(m_png, m_info) * png_get_channels(m_png, m_info);
-  if (!m_reader.CanHold(info.width, info.height, kMostBitsPerByte / bits)) return error = kTooShort, false;
+  const int bits = png_get_bit_depth(m_png, m_info) * png_get_channels(m_png, m_info);
+  info.least_bytes = LeastBytes(info.width, info.height, bits, kMostOfDeflate);
   info.type = xSetConversions();
   xTellPalette(info);
   xTellResolution(info);

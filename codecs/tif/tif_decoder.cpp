@@ -63,6 +63,7 @@ bool TiffDecoder::ReadInfo(PictureInfo &info) {
   info.palette = m_layout.palette;
   info.width = m_layout.width;
   info.height = m_layout.height;
+  info.least_bytes = m_layout.least_bytes;
   info.dpm_x = Resolution(m_file, TIFFTAG_XRESOLUTION);
   info.dpm_y = Resolution(m_file, TIFFTAG_YRESOLUTION);
   if (m_layout.LiesOnItsSide()) {
@@ -260,6 +261,7 @@ bool TiffDecoder::xRead(const PixelRows &rows, const Progress &progress) {
 
 bool TiffDecoder::ReadPixels(const PixelRows &rows, const Progress &progress) {
   ClearRowsFrom(rows, 0);
+  clears_padding = rows.width * rows.bit_count % 8 == 0;
   const bool isUpsideDown = m_layout.pixels != TiffPixels::kRaster && m_layout.orientation == ORIENTATION_BOTLEFT;
   const PixelRows stored = isUpsideDown ? UpsideDown(rows) : rows;
   const bool isWhole = xRead(stored, progress);

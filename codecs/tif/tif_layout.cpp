@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "codecs/common/plausible.h"
+
 namespace qel::codecs {
 namespace {
 
@@ -93,6 +95,31 @@ bool HasLinesAsExpected(const TiffFile &file, const TiffLayout &layout) {
   return width > 0 && width % 8 == 0 && TIFFTileRowSize64(file.Get()) == layout.LineBytes(width);
 }
 
+/// Bytes of pixels that a byte of the file makes at the most; 0 for no bound.
+int MostOfByte(int compression) {
+  switch (compression) {
+    case COMPRESSION_NONE:
+      return kMostOfPlainRows;
+    case COMPRESSION_PACKBITS:
+      return kMostOfByteRuns;
+    case COMPRESSION_LZW:
+      return kMostOfLzw;
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_ADOBE_DEFLATE:
+      return kMostOfDeflate;
+    case COMPRESSION_JPEG:
+      return kMostOfHuffmanBlocks;
+    default:
+      return 0;
+  }
+}
+
+std::uint64_t LeastBytesOf(const Directory &directory, long width, long height) {
+  const int most = MostOfByte(directory.compression);
+  const int samples = directory.photometric == PHOTOMETRIC_YCBCR ? 1 : directory.samples;  // colours may be coarser
+  return most > 0 ? LeastBytes(width, height, directory.bits * samples, most) : 0;
+}
+
 bool IsStraight(const TiffFile &file, Directory directory, TiffLayout &layout) {
   const int format = file.Tag<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
   if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) return false;
@@ -115,8 +142,10 @@ bool JudgeTiff(const TiffFile &file, TiffLayout &layout, std::string &error) {
   common.height = file.Tag<std::uint32_t>(TIFFTAG_IMAGELENGTH);
   const int orientation = file.Tag<std::uint16_t>(TIFFTAG_ORIENTATION);
   if (orientation >= ORIENTATION_TOPLEFT && orientation <= ORIENTATION_LEFTBOT) common.orientation = orientation;
+  const Directory directory = ReadDirectory(file);
+  common.least_bytes = LeastBytesOf(directory, common.width, common.height);
   layout = common;
-  if (IsStraight(file, ReadDirectory(file), layout)) return true;
+  if (IsStraight(file, directory, layout)) return true;
 
   layout = common;
   char reason[1024];

@@ -30,6 +30,7 @@ struct TiffLayout {
   bool is_inverted = false;    // the lowest level is white
   bool is_associated = false;  // colours are multiplied by their alpha
   std::vector<RGBQUAD> palette;
+  std::uint64_t least_bytes = 0;  // of a file of it
 
   /// Bytes that n pixels of a line take in the file.
   std::uint64_t LineBytes(long n) const {

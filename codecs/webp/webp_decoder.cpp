@@ -101,6 +101,11 @@ bool WebpDecoder::ReadPixels(const PixelRows &rows, const Progress &progress) {
   const std::unique_ptr<WebPIDecoder, DeleteDecoder> decoder(WebPIDecode(nullptr, 0, &config));
   const VP8StatusCode status = decoder ? xDecode(decoder.get(), rows, progress) : VP8_STATUS_OUT_OF_MEMORY;
   if (status == VP8_STATUS_OK) return true;
+  // The smallest files claim the largest pictures, so the rows that are missing stay untouched.
+  PixelRows read = rows;
+  read.height = m_rowsRead;
+  ClearPadding(read);
+  clears_padding = true;
   ClearRowsFrom(rows, m_rowsRead);
   error = status == VP8_STATUS_USER_ABORT ? "stopped" : StatusText(status);
   return false;
