@@ -91,7 +91,9 @@ class QelView : public testing::Test {
   std::function<void()> OnScreen() const {
     return [display = m_display] {
       setenv("DISPLAY", display.c_str(), 1);
-      setenv("SDL_RENDER_DRIVER", "software", 1);
+      setenv("SDL_RENDER_DRIVER", "software", 1);  // no graphics driver, whose leaks have no name once it is unloaded
+      setenv("SDL_FRAMEBUFFER_ACCELERATION", "0", 1);
+      setenv("LSAN_OPTIONS", "suppressions=" QEL_LEAKS_OF_SDL ":print_suppressions=0", 1);
       unsetenv("XDG_RUNTIME_DIR");
     };
   }
