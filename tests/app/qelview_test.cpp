@@ -171,6 +171,15 @@ TEST_F(QelView, ShowsWhatTheEngineShows) {
     view.bits = bits;
     ASSERT_TRUE(IsShown(picture, view)) << "on a screen of few colours";
   }
+  const std::vector<COLORREF> before = Shown(picture, view);
+  const auto stayed = before.begin() + 300 * 64;
+  Do({"key", "Down"});
+  ASSERT_TRUE(Wait([&] {
+    const std::vector<COLORREF> after = Photograph(300, 200);
+    return !after.empty() && std::equal(stayed, before.end(), after.begin());
+  })) << "moved, not painted anew: diffused from the new edge the dots would lie elsewhere";
+  view.y -= 64;
+  ASSERT_NE(Shown(picture, view), Photograph(300, 200));
   Do({"key", "8", "key", "c"});
   view.bits = 8, view.common = 1;
   ASSERT_TRUE(IsShown(picture, view)) << "with the common palette";
