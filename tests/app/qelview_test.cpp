@@ -150,9 +150,11 @@ class QelView : public testing::Test {
 
 TEST_F(QelView, ShowsWhatTheEngineShows) {
   const std::string large = m_files / "large.bmp", small = m_files / "small.bmp", none = m_files / "none.bmp";
-  PQel picture, other;
+  PQel picture, colourful, other;
   Paint(picture, large, 700, 500);
-  Paint(other, small, 100, 80);
+  Paint(colourful, m_files / "colourful.bmp", 100, 80);
+  ASSERT_EQ(Qel({"convert", m_files / "colourful.bmp", small, "--method", "custom"}).status, 0);
+  ASSERT_TRUE(other.OpenDIBImage(small.c_str()));  // 256 colours of its own
   ASSERT_NO_FATAL_FAILURE(Show({"--size", "300x200", none, large, small}));
   ASSERT_TRUE(IsShown(picture, {300, 200, -3, 33, 16})) << "the whole picture";
 
@@ -180,9 +182,6 @@ TEST_F(QelView, ShowsWhatTheEngineShows) {
   })) << "moved, not painted anew: diffused from the new edge the dots would lie elsewhere";
   view.y -= 64;
   ASSERT_NE(Shown(picture, view), Photograph(300, 200));
-  Do({"key", "8", "key", "c"});
-  view.bits = 8, view.common = 1;
-  ASSERT_TRUE(IsShown(picture, view)) << "with the common palette";
   Do({"key", "0", "key", "plus", "key", "plus"});
   view.bits = 32, view.gamma = 320;
   ASSERT_TRUE(IsShown(picture, view)) << "brighter";
@@ -199,7 +198,12 @@ TEST_F(QelView, ShowsWhatTheEngineShows) {
   Do({"key", "n"});
   ASSERT_TRUE(IsShown(other, {300, 200, 1, 100, 60})) << "the next picture";
   EXPECT_TRUE(Wait([&] { return Title().starts_with("small.bmp (2 of 2) - 100 x 80, 1:1"); })) << Title();
-  Do({"key", "r", "mousemove", "20", "20", "mousedown", "1", "mousemove", "47", "61", "mouseup", "1"});
+  Do({"key", "8"});
+  ASSERT_TRUE(IsShown(other, {300, 200, 1, 100, 60, 8})) << "in its own colours";
+  Do({"key", "c"});
+  ASSERT_TRUE(IsShown(other, {300, 200, 1, 100, 60, 8, 0, 1})) << "with the common palette";
+  Do({"key", "c", "key", "0", "key", "r", "mousemove", "20", "20", "mousedown", "1", "mousemove", "47", "61", "mouseup",
+      "1"});
   other.EnableRepeat(1);
   ASSERT_TRUE(IsShown(other, {300, 200, 1, 27 - 100, 21 - 80}))
       << "as an endless plane";  // its corner lies at 127, 101
