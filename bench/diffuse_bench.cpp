@@ -1,11 +1,11 @@
 // Error diffusion of a 24-bit picture of 4096 x 3072 pixels, row by row, beside the plain loop over pixels.
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "pair.h"
+#include "pictures.h"
 #include "qel/lines/convert.h"
 #include "qel/lines/diffuse.h"
 
@@ -18,19 +18,12 @@ constexpr long kWidth = 4096, kHeight = 3072;
 
 /// Slow waves with a little noise, like a photo; the palette, a map to its nearest colours, and the error rows.
 struct Setting {
-  Bytes picture = Bytes(static_cast<std::size_t>(3 * kWidth * kHeight)), palette, map = Bytes(4096);
+  Bytes picture = bench::Waves(kWidth, kHeight), palette, map = Bytes(4096);
   Bytes indices = Bytes(static_cast<std::size_t>(kWidth));
   std::vector<std::int32_t> current = std::vector<std::int32_t>(static_cast<std::size_t>(3 * kWidth)), next = current;
 
   /// Levels of red, green and blue in equal steps; 0: black and white.
   explicit Setting(const std::vector<int> &levels) {
-    unsigned noise = 1;
-    for (std::size_t i = 0; i < picture.size(); ++i) {
-      const double x = static_cast<double>(i / 3 % kWidth), y = static_cast<double>(i / 3 / kWidth);
-      noise = noise * 1664525 + 1013904223;
-      const double wave = 128 + 80 * std::sin(x / 150 + static_cast<double>(i % 3)) + 60 * std::cos(y / 90);
-      picture[i] = static_cast<unsigned char>(std::clamp(wave + static_cast<double>(noise >> 28), 0.0, 255.0));
-    }
     for (int k = 0; k < levels[0] * levels[1] * levels[2]; ++k) {
       const int place[3] = {k / (levels[1] * levels[2]), k / levels[2] % levels[1], k % levels[2]};
       for (int c = 0; c < 3; ++c)

@@ -2,11 +2,11 @@
 // of 12 megapixels shown in a window of 1920 x 1080 beside a copy of the window's pixels, and beside the diffusion
 // alone.
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <vector>
 
 #include "pair.h"
+#include "pictures.h"
 #include "qel/lines/display_diffuse.h"
 #include "qel/qel.h"
 
@@ -18,19 +18,12 @@ constexpr long kWidth = 1920, kHeight = 256;
 
 /// Slow waves with a little noise; the six levels of the standard palette, and a map to its nearest colours.
 struct Setting {
-  Bytes picture = Bytes(static_cast<std::size_t>(3 * kWidth * kHeight)), screen, map = Bytes(4096);
+  Bytes picture = bench::Waves(kWidth, kHeight), screen, map = Bytes(4096);
   Bytes indices = Bytes(static_cast<std::size_t>(kWidth));
   std::vector<std::int32_t> current = std::vector<std::int32_t>(static_cast<std::size_t>(3 * kWidth + 3)),
                             next = current;
 
   Setting() {
-    unsigned noise = 1;
-    for (std::size_t i = 0; i < picture.size(); ++i) {
-      const double x = static_cast<double>(i / 3 % kWidth), y = static_cast<double>(i / 3 / kWidth);
-      noise = noise * 1664525 + 1013904223;
-      const double wave = 128 + 80 * std::sin(x / 150 + static_cast<double>(i % 3)) + 60 * std::cos(y / 90);
-      picture[i] = static_cast<unsigned char>(std::clamp(wave + static_cast<double>(noise >> 28), 0.0, 255.0));
-    }
     for (int k = 0; k < 216; ++k)
       for (const int level : {k / 36, k / 6 % 6, k % 6, 0}) screen.push_back(static_cast<unsigned char>(51 * level));
     for (int key = 0; key < 4096; ++key) {

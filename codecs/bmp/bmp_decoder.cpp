@@ -134,7 +134,7 @@ bool BmpDecoder::xReadRuns(const PixelRows &rows, const Progress &progress) {
   long x = 0;
   // Puts the line at hand into its row and goes on, `down` rows further.
   const auto Advance = [&](long down) {
-    lines::PackIndices(rows.Row(m_rowsRead), m_line.data(), rows.bit_count, rows.width);
+    lines::PackLowBits(rows.Row(m_rowsRead), m_line.data(), rows.bit_count, rows.width);
     m_rowsRead = std::min(m_rowsRead + down, rows.height);
     std::fill(m_line.begin(), m_line.end(), 0);
     return xTell(progress, rows, m_rowsRead);

@@ -94,9 +94,9 @@ void GifDecoder::xClear(const PixelRows &rows) {
   const GifImageDesc &frame = m_gif->Image;
   m_line.assign(static_cast<std::size_t>(rows.width), static_cast<unsigned char>(m_gif->SBackGroundColor));
   std::vector<unsigned char> outside(RowBytes(rows)), inside(RowBytes(rows));
-  lines::PackIndices(outside.data(), m_line.data(), rows.bit_count, rows.width);
+  lines::PackLowBits(outside.data(), m_line.data(), rows.bit_count, rows.width);
   std::fill_n(m_line.begin() + frame.Left, frame.Width, 0);
-  lines::PackIndices(inside.data(), m_line.data(), rows.bit_count, rows.width);
+  lines::PackLowBits(inside.data(), m_line.data(), rows.bit_count, rows.width);
   if (m_gif->SBackGroundColor == 0)
     ClearRowsFrom(rows, 0);
   else
@@ -111,7 +111,7 @@ bool GifDecoder::xReadPass(const PixelRows &rows, const Pass &pass, const Progre
   for (long y = pass.first; y < frame.Height; y += pass.step) {
     unsigned char *const line = m_line.data() + frame.Left;
     if (DGifGetLine(m_gif, line, frame.Width) != GIF_OK) return xFail();
-    lines::PackIndices(rows.Row(frame.Top + y), m_line.data(), rows.bit_count, rows.width);
+    lines::PackLowBits(rows.Row(frame.Top + y), m_line.data(), rows.bit_count, rows.width);
     if (progress(++m_rowsRead, frame.Height)) return error = "stopped", false;
   }
   return true;

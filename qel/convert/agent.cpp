@@ -7,7 +7,7 @@
 
 #include "qel/convert/itc.h"
 #include "qel/platform/gdi/palette.h"
-#include "qel/platform/kernel/global_memory.h"
+#include "qel/platform/kernel/locked_block.h"
 
 namespace {
 
@@ -78,13 +78,6 @@ bool TakePalette(PQel *pImage, HPALETTE *phPal) {
   return *phPal != nullptr;
 }
 
-void ReleaseBlock(HGLOBAL *phBlock) {
-  if (*phBlock == nullptr) return;
-  GlobalUnlock(*phBlock);
-  GlobalFree(*phBlock);
-  *phBlock = nullptr;
-}
-
 void ReleasePalette(HPALETTE *phPal) {
   if (*phPal != nullptr) DeleteObject(*phPal);
   *phPal = nullptr;
@@ -110,7 +103,7 @@ PItc::~PItc() {
 
 void PItc::FreeAgent(int bNoFree) {
   if (!bNoFree)
-    for (HGLOBAL *phBlock : {&m_hMapBuf, &m_hErrBuf1, &m_hErrBuf2}) ReleaseBlock(phBlock);
+    for (HGLOBAL *phBlock : {&m_hMapBuf, &m_hErrBuf1, &m_hErrBuf2}) qel::kernel::FreeLocked(phBlock);
   ReleasePalette(&m_hSrcPal);
   ReleasePalette(&m_hDstPal);
   m_bAgent = 0;

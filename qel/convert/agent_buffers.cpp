@@ -16,27 +16,17 @@
 #include "qel/convert/itc.h"
 #include "qel/lines/colour_map.h"
 #include "qel/platform/gdi/palette.h"
-#include "qel/platform/kernel/global_memory.h"
+#include "qel/platform/kernel/locked_block.h"
 
 namespace {
+
+using qel::kernel::AllocLocked;
 
 constexpr int kKeys = 4096;
 constexpr int kCubeBytes = 3 * kKeys;
 constexpr int kDoneBytes = kKeys / 8;
 
 constexpr int kTrueColor = 1;
-
-/// A locked block; null, and no block, when memory is short.
-unsigned char *AllocLocked(long lBytes, HGLOBAL *phBlock) {
-  *phBlock = GlobalAlloc(GMEM_MOVEABLE, static_cast<SIZE_T>(lBytes));
-  if (*phBlock == nullptr) return nullptr;
-  void *const pBlock = GlobalLock(*phBlock);
-  if (pBlock == nullptr) {
-    GlobalFree(*phBlock);
-    *phBlock = nullptr;
-  }
-  return static_cast<unsigned char *>(pBlock);
-}
 
 }  // namespace
 
@@ -59,7 +49,7 @@ long PItc::xGetMapBufSize() {
 }
 
 int PItc::xPrepareMapBuf() {
-  m_pbyMap = AllocLocked(xGetMapBufSize(), &m_hMapBuf);
+  m_pbyMap = AllocLocked(GMEM_MOVEABLE, xGetMapBufSize(), &m_hMapBuf);
   if (m_pbyMap == nullptr) return 0;
   const unsigned short wMethod = m_cvtMethod.wMethod;
   if (wMethod == 2) return xPrepareDiffusion();
@@ -110,8 +100,8 @@ void PItc::xReadKeyMap() {
 
 int PItc::xPrepareDiffusion() {
   const long lErrorBytes = xGetErrorRowBytes();
-  m_plErrCur = reinterpret_cast<long *>(AllocLocked(lErrorBytes, &m_hErrBuf1));
-  m_plErrNext = reinterpret_cast<long *>(AllocLocked(lErrorBytes, &m_hErrBuf2));
+  m_plErrCur = reinterpret_cast<long *>(AllocLocked(GMEM_MOVEABLE, lErrorBytes, &m_hErrBuf1));
+  m_plErrNext = reinterpret_cast<long *>(AllocLocked(GMEM_MOVEABLE, lErrorBytes, &m_hErrBuf2));
   if (m_plErrCur == nullptr || m_plErrNext == nullptr) return 0;
   m_pbyMapDone = m_pbyMap + kKeys;
   m_pbyDstRGB = m_pbyMapDone + kDoneBytes;

@@ -6,16 +6,10 @@
 #include "qel/platform/gdi/dib_transfer.h"
 #include "qel/platform/gdi/object.h"
 #include "qel/platform/gdi/window.h"
+#include "qel/platform/mfc/dc.h"
 #include "qel/platform/mfc/palette.h"
 
 namespace {
-
-/// A context of the whole screen.
-struct DesktopContext {
-  HDC hdc = GetDC(GetDesktopWindow());
-  ~DesktopContext() { ReleaseDC(GetDesktopWindow(), hdc); }
-  int operator[](int nCapability) const { return GetDeviceCaps(hdc, nCapability); }
-};
 
 /// What is deleted with the call when the caller wishes so.
 struct HandedOver {
@@ -34,12 +28,12 @@ struct HandedOver {
 HBITMAP PQel::GetDDB() {
   unsigned char *const pPixels = xGetPixels();
   if (pPixels == nullptr) return nullptr;
-  const DesktopContext desktop;
-  if (GetBitCount() > desktop[PLANES] * desktop[BITSPIXEL]) return nullptr;
+  const CClientDC desktop(GetDesktopWindow());
+  if (GetBitCount() > desktop.GetDeviceCaps(PLANES) * desktop.GetDeviceCaps(BITSPIXEL)) return nullptr;
   CPalette palette;
   palette.Attach(GetPalette(nullptr));
-  const qel::display::SelectedPalette selected(desktop.hdc, palette, FALSE);
-  return CreateDIBitmap(desktop.hdc, m_pBIH, CBM_INIT, pPixels, GetBI(), DIB_RGB_COLORS);
+  const qel::display::SelectedPalette selected(desktop, palette, FALSE);
+  return CreateDIBitmap(desktop, m_pBIH, CBM_INIT, pPixels, GetBI(), DIB_RGB_COLORS);
 }
 
 int PQel::CreateImage(HBITMAP hBitmap, HPALETTE hPal, int bDelete, int bForceBkgd) {
@@ -55,9 +49,9 @@ int PQel::CreateImage(HBITMAP hBitmap, HPALETTE hPal, int bDelete, int bForceBkg
     nColors = GetColorNum(hPal);
     GetPaletteRGBQuad(hPal, table);
   }
-  const DesktopContext desktop;
+  const CClientDC desktop(GetDesktopWindow());
   const auto dotsPerMetre = [&](int nCapability) {
-    return static_cast<unsigned long>(desktop[nCapability]) * 5000 / 127;
+    return static_cast<unsigned long>(desktop.GetDeviceCaps(nCapability)) * 5000 / 127;
   };
   if (!CreateImage(nType, record.bmWidth, record.bmHeight, nColors, nColors > 0 ? table : nullptr,
                    dotsPerMetre(LOGPIXELSX), dotsPerMetre(LOGPIXELSY), 1, 0, 0))
@@ -65,7 +59,7 @@ int PQel::CreateImage(HBITMAP hBitmap, HPALETTE hPal, int bDelete, int bForceBkg
   unsigned char *const pPixels = xGetPixels();
   CPalette palette;
   palette.Attach(GetPalette(nullptr));
-  const qel::display::SelectedPalette selected(desktop.hdc, palette, bForceBkgd);
-  GetDIBits(desktop.hdc, hBitmap, 0, static_cast<UINT>(m_lHeight), pPixels, GetBI(), DIB_RGB_COLORS);
+  const qel::display::SelectedPalette selected(desktop, palette, bForceBkgd);
+  GetDIBits(desktop, hBitmap, 0, static_cast<UINT>(m_lHeight), pPixels, GetBI(), DIB_RGB_COLORS);
   return 1;
 }

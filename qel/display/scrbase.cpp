@@ -13,37 +13,19 @@
 #include "qel/lines/display_diffuse.h"
 #include "qel/platform/gdi/device_context.h"
 #include "qel/platform/gdi/window.h"
-#include "qel/platform/kernel/global_memory.h"
+#include "qel/platform/kernel/locked_block.h"
 
 IMPLEMENT_DYNCREATE(PScrbase, CObject)
 
 namespace {
+
+using qel::kernel::AllocLocked, qel::kernel::FreeLocked;
 
 constexpr long kBlock = 65536, kSecondMap = 32384, kGammaMap = 2 * kSecondMap;
 constexpr long kIndices = 4096, kErrors = kIndices + 512, kEntryBytes = 256 * sizeof(PALETTEENTRY);
 constexpr long kErrorBytes = 3 * sizeof(int);  // of a pixel
 constexpr int kIdentity = 256;
 constexpr WORD kPaletteVersion = 0x300;
-
-/// Allocates and locks a block; null, and no handle, when memory is short.
-unsigned char *AllocLocked(UINT nFlags, long lBytes, HGLOBAL *phBlock) {
-  *phBlock = GlobalAlloc(nFlags, static_cast<SIZE_T>(lBytes));
-  return *phBlock == nullptr ? nullptr : static_cast<unsigned char *>(GlobalLock(*phBlock));
-}
-
-void FreeLocked(HGLOBAL &hBlock) {
-  if (hBlock == nullptr) return;
-  GlobalUnlock(hBlock);
-  GlobalFree(hBlock);
-  hBlock = nullptr;
-}
-
-/// A device context of the whole screen.
-struct ScreenContext {
-  HDC hdc = GetDC(nullptr);
-  ~ScreenContext() { ReleaseDC(nullptr, hdc); }
-  int operator[](int nCapability) const { return GetDeviceCaps(hdc, nCapability); }
-};
 
 void BuildGammaTable(unsigned char *pTable, int nGamma) {
   const double exponent = static_cast<double>(kIdentity) / (nGamma > 0 ? nGamma : kIdentity);
@@ -87,10 +69,10 @@ PScrbase::~PScrbase() {
 }
 
 void PScrbase::xFreeBlocks() {
-  FreeLocked(m_hBIMem);
-  FreeLocked(m_hWorkMem);
-  FreeLocked(m_hLineMem);
-  FreeLocked(m_hMapMem);
+  FreeLocked(&m_hBIMem);
+  FreeLocked(&m_hWorkMem);
+  FreeLocked(&m_hLineMem);
+  FreeLocked(&m_hMapMem);
 }
 
 int PScrbase::xAllocMapBlock(long lWidth) {
@@ -104,7 +86,7 @@ int PScrbase::xAllocMapBlock(long lWidth) {
   if (m_hMapMem != nullptr) {
     std::memcpy(pBlock, m_pbyPalMap, kErrors);
     std::memcpy(pImage, m_pPalEntryImg, 2 * kEntryBytes);
-    FreeLocked(m_hMapMem);
+    FreeLocked(&m_hMapMem);
   }
   m_hMapMem = hBlock;
   m_lErrorWidth = lWidth;
@@ -118,14 +100,14 @@ int PScrbase::xAllocMapBlock(long lWidth) {
 }
 
 void PScrbase::DoInitial() {
-  const ScreenContext screen;
+  const CClientDC screen(nullptr);
   xFreeBlocks();
   m_pbi = reinterpret_cast<BITMAPINFO *>(AllocLocked(GHND, kBlock, &m_hBIMem));
   if (m_pbi != nullptr) {
     m_pbi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     m_pbi->bmiHeader.biPlanes = 1;
-    m_pbi->bmiHeader.biXPelsPerMeter = screen[LOGPIXELSX] * 5000 / 127;
-    m_pbi->bmiHeader.biYPelsPerMeter = screen[LOGPIXELSY] * 5000 / 127;
+    m_pbi->bmiHeader.biXPelsPerMeter = screen.GetDeviceCaps(LOGPIXELSX) * 5000 / 127;
+    m_pbi->bmiHeader.biYPelsPerMeter = screen.GetDeviceCaps(LOGPIXELSY) * 5000 / 127;
   }
   m_pbyRGBMap = AllocLocked(GHND, kBlock, &m_hWorkMem);
   m_pbyRGBMap2 = m_pbyRGBMap == nullptr ? nullptr : m_pbyRGBMap + kSecondMap;
@@ -138,10 +120,10 @@ void PScrbase::DoInitial() {
   }
 
   m_bGamma = m_bCommonPal = 0;
-  const int nBits = screen[BITSPIXEL] * screen[PLANES];
+  const int nBits = screen.GetDeviceCaps(BITSPIXEL) * screen.GetDeviceCaps(PLANES);
   m_nScreenBits = nBits > 8 ? 24 : nBits;
-  m_nDPIX = screen[LOGPIXELSX];
-  m_nDPIY = screen[LOGPIXELSY];
+  m_nDPIX = screen.GetDeviceCaps(LOGPIXELSX);
+  m_nDPIY = screen.GetDeviceCaps(LOGPIXELSY);
   CreateStdPalette();
   CreatePaletteMap();
 }

@@ -35,7 +35,7 @@ void IndicesToPixels(Pixel *dst, const BYTE *src, int bits, long x, long n, cons
   }
 }
 
-void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n) {
+void PackLowBits(BYTE *dst, const BYTE *indices, int bits, long n) {
   if (bits == 8) {
     std::memcpy(dst, indices, static_cast<size_t>(n));
     return;
@@ -117,6 +117,18 @@ void PixelsToWords(BYTE *dst, const Pixel *src, int bytes, long n, const Channel
 
 void RoundToWords(Pixel *line, long n, const ChannelFields &fields) {
   for (long i = 0; i < n; ++i) line[i] = FromWord(ToWord(line[i], fields), fields);
+}
+
+void TellApart(Pixel *line, long n, Pixel match, Pixel same, Pixel other) {
+  for (long i = 0; i < n; ++i) line[i] = line[i] == match ? same : other;
+}
+
+void ToBlackAndWhite(Pixel *line, long n) {
+  constexpr Pixel kHalf = 3 * 255 / 2;
+  for (long i = 0; i < n; ++i) {
+    const Pixel sum = (line[i] & 0xFF) + (line[i] >> 8 & 0xFF) + (line[i] >> 16);
+    line[i] = sum > kHalf ? kWhite : kBlack;
+  }
 }
 
 // Bits ---------------------------------------------------------------------------------------------------------------

@@ -29,8 +29,8 @@ constexpr Pixel MakePixel(BYTE byRed, BYTE byGreen, BYTE byBlue) {
 /// Indices of 1, 4 or 8 bits through a table of 2, 16 or 256 pixels, from the source's pixel `x` on.
 void IndicesToPixels(Pixel *dst, const BYTE *src, int bits, long x, long n, const Pixel *table);
 
-/// One byte an index, of which the low bits count, packed to lines of 1, 4 or 8 bits; bits behind the last pixel are 0.
-void PackIndices(BYTE *dst, const BYTE *indices, int bits, long n);
+/// The low bits of one byte an index, packed to lines of 1, 4 or 8 bits; bits behind the last pixel are 0.
+void PackLowBits(BYTE *dst, const BYTE *indices, int bits, long n);
 
 /// The other way: n packed indices of 1, 2, 4 or 8 bits become a byte each.
 void UnpackIndices(BYTE *indices, const BYTE *src, int bits, long n);
@@ -58,6 +58,12 @@ struct ChannelFields {
 /// Words of `bytes` (2 or 4) bytes from and to pixels; levels lose their low bits.
 void WordsToPixels(Pixel *dst, const BYTE *src, int bytes, long n, const ChannelFields &fields);
 void PixelsToWords(BYTE *dst, const Pixel *src, int bytes, long n, const ChannelFields &fields);
+
+/// In place: `same` where a pixel equals `match`, `other` elsewhere.
+void TellApart(Pixel *line, long n, Pixel match, Pixel same, Pixel other);
+
+/// In place: black or white, whichever is nearer.
+void ToBlackAndWhite(Pixel *line, long n);
 
 /// What is left of each pixel when it goes through the words.
 void RoundToWords(Pixel *line, long n, const ChannelFields &fields);

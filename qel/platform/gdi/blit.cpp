@@ -66,14 +66,10 @@ void Copy(DeviceContext &dst, DeviceContext &src, const Area &area) {
   } else if (from.IsPacked()) {
     const Shown shown = dst.TargetColours();
     const Pixel text = shown.Colour(dst.m_textColour), bk = shown.Colour(dst.m_bkColour);
-    CopyRows(to, from, area, [=](Pixel *p) {
-      for (int i = 0; i < n; ++i) p[i] = p[i] == kWhite ? bk : text;
-    });
+    CopyRows(to, from, area, [=](Pixel *p) { lines::TellApart(p, n, kWhite, bk, text); });
   } else if (to.IsPacked()) {
     const Pixel bk = src.TargetColours().Colour(src.m_bkColour);
-    CopyRows(to, from, area, [=](Pixel *p) {
-      for (int i = 0; i < n; ++i) p[i] = p[i] == bk ? kWhite : kBlack;
-    });
+    CopyRows(to, from, area, [=](Pixel *p) { lines::TellApart(p, n, bk, kWhite, kBlack); });
   } else if (dst.SharesColours(src)) {
     MoveRows(to, from, area);
   } else {

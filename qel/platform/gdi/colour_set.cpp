@@ -27,11 +27,6 @@ const ChannelFields &HighColour(int nDepth) {
   return fields[nDepth == 15 ? 0 : 1];
 }
 
-// Black or white, whichever is nearer.
-Pixel Monochrome(Pixel pixel) {
-  return (pixel & 0xFF) + (pixel >> 8 & 0xFF) + (pixel >> 16) > 382 ? kWhite : kBlack;
-}
-
 }  // namespace
 
 const Entries &DefaultColours(int nDepth) {
@@ -95,7 +90,7 @@ void Shown::Line(Pixel *line, long n) const {
   } else if (m_nDepth > 0) {
     for (long i = 0; i < n; ++i) line[i] = m_pSet->NearestColour(line[i]);
   } else {
-    for (long i = 0; i < n; ++i) line[i] = Monochrome(line[i]);
+    lines::ToBlackAndWhite(line, n);
   }
 }
 

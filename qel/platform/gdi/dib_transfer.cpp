@@ -115,7 +115,7 @@ void ReadLine(Pixel *pLine, const BYTE *pSrc, const DibFormat &format, int nCoun
 void WriteLine(BYTE *pDst, const Pixel *pLine, const DibFormat &format, int nCount, ColourSet *pSet, BYTE *pIndices) {
   if (format.nBits <= 8) {
     pSet->Indices(pIndices, pLine, nCount);
-    lines::PackIndices(pDst, pIndices, format.nBits, nCount);
+    lines::PackLowBits(pDst, pIndices, format.nBits, nCount);
   } else if (format.nBits == 24) {
     PixelsToRgb24(pDst, pLine, nCount);
   } else if (format.nBits == 32 && !format.bMasks) {
