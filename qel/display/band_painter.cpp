@@ -4,31 +4,18 @@
 
 #include <algorithm>
 
-#include "qel/platform/gdi/bitmap.h"
-#include "qel/platform/gdi/blit.h"
 #include "qel/platform/gdi/dib_transfer.h"
 
 namespace qel::display {
-
-// Bands --------------------------------------------------------------------------------------------------------------
 
 BandPainter::BandPainter(HDC hdc, const BandForm &form, BITMAPINFO *pInfo)
     : m_hdc(hdc),
       m_form(form),
       m_pInfo(pInfo),
       m_lRowBytes(RowBytes(form.nBits, form.lRowWidth)),
-      m_hdcMemory(nullptr),
-      m_hBitmap(nullptr) {
-  const long lRows = std::min(m_form.lRows, m_form.height);
-  if (!m_pixels.AllocMemory(GHND, static_cast<unsigned long>(m_lRowBytes * lRows))) return;
-  m_hdcMemory = CreateCompatibleDC(hdc);
-  m_hBitmap = CreateCompatibleBitmap(hdc, static_cast<int>(m_form.lRowWidth), static_cast<int>(lRows));
+      m_bitmap(hdc, form.lRowWidth, std::min(form.lRows, form.height)) {
+  m_pixels.AllocMemory(GHND, static_cast<unsigned long>(m_lRowBytes * std::min(form.lRows, form.height)));
   StartBand();
-}
-
-BandPainter::~BandPainter() {
-  DeleteDC(m_hdcMemory);
-  DeleteObject(m_hBitmap);
 }
 
 void BandPainter::StartBand() {
@@ -53,26 +40,10 @@ void BandPainter::Paint() {
   header.biHeight = static_cast<LONG>(m_lBandRows);
   header.biBitCount = static_cast<WORD>(m_form.nBits);
   header.biSizeImage = static_cast<DWORD>(m_lBandRows * m_lRowBytes);
-  const int nRows = static_cast<int>(m_lBandRows);
-  SetDIBits(m_hdc, m_hBitmap, 0, static_cast<UINT>(nRows), m_pixels.GetPointer(), m_pInfo, m_form.nUsage);
-  const HGDIOBJ hBefore = SelectObject(m_hdcMemory, m_hBitmap);
-  BitBlt(m_hdc, static_cast<int>(m_form.x), static_cast<int>(m_form.y + m_lFirst), static_cast<int>(m_form.width),
-         nRows, m_hdcMemory, 0, 0, SRCCOPY);
-  SelectObject(m_hdcMemory, hBefore);
-}
-
-// Palettes -----------------------------------------------------------------------------------------------------------
-
-SelectedPalette::SelectedPalette(HDC hdc, HPALETTE hPal, BOOL bForceBkgd) : m_hdc(hdc), m_hBefore(nullptr) {
-  if (hPal == nullptr) return;
-  m_hBefore = SelectPalette(hdc, hPal, bForceBkgd);
-  RealizePalette(hdc);
-}
-
-SelectedPalette::~SelectedPalette() {
-  if (m_hBefore == nullptr) return;
-  SelectPalette(m_hdc, m_hBefore, TRUE);
-  RealizePalette(m_hdc);
+  SetDIBits(m_hdc, m_bitmap.Get(), 0, static_cast<UINT>(m_lBandRows), m_pixels.GetPointer(), m_pInfo, m_form.nUsage);
+  const long lTop = m_form.y + m_lFirst;
+  m_bitmap.CopyTo(m_hdc, {static_cast<LONG>(m_form.x), static_cast<LONG>(lTop),
+                          static_cast<LONG>(m_form.x + m_form.width), static_cast<LONG>(lTop + m_lBandRows)});
 }
 
 }  // namespace qel::display

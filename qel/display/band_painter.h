@@ -2,8 +2,8 @@
 // compatible bitmap.
 #pragma once
 
+#include "qel/display/memory_bitmap.h"
 #include "qel/mem/mem.h"
-#include "qel/platform/gdi/device_context.h"
 #include "qel/platform/types.h"
 
 namespace qel::display {
@@ -26,12 +26,9 @@ class BandPainter {
  public:
   /// Header fields of `pInfo` are set for each band; its colour table is the caller's.
   BandPainter(HDC hdc, const BandForm &form, BITMAPINFO *pInfo);
-  ~BandPainter();
-  BandPainter(const BandPainter &) = delete;
-  BandPainter &operator=(const BandPainter &) = delete;
 
   /// False when the bitmap cannot be had; nothing is painted then.
-  bool IsReady() const { return m_hBitmap != nullptr && m_hdcMemory != nullptr && m_pixels.GetPointer() != nullptr; }
+  bool IsReady() const { return m_bitmap.Get() != nullptr && m_pixels.GetPointer() != nullptr; }
 
   /// True when the rectangle is full.
   bool IsDone() const { return m_lRow == m_form.height; }
@@ -48,26 +45,11 @@ class BandPainter {
   BandForm m_form;
   BITMAPINFO *m_pInfo;
   long m_lRowBytes;
-  PMem m_pixels;
-  HDC m_hdcMemory;
-  HBITMAP m_hBitmap;
-  long m_lRow = 0;       // rows taken in all
-  long m_lFirst = 0;     // first row of the band
-  long m_lBandRows = 0;  // rows of the band
-};
-
-/// A palette in its place: selected into a context and realised, until the object ends; then the one before it is back,
-/// in the background.
-class SelectedPalette {
- public:
-  SelectedPalette(HDC hdc, HPALETTE hPal, BOOL bForceBkgd);
-  ~SelectedPalette();
-  SelectedPalette(const SelectedPalette &) = delete;
-  SelectedPalette &operator=(const SelectedPalette &) = delete;
-
- private:
-  HDC m_hdc;
-  HPALETTE m_hBefore;
+  PMem m_pixels;          // a band's rows
+  MemoryBitmap m_bitmap;  // a band
+  long m_lRow = 0;        // rows taken in all
+  long m_lFirst = 0;      // first row of the band
+  long m_lBandRows = 0;   // rows of the band
 };
 
 }  // namespace qel::display

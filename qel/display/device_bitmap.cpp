@@ -1,6 +1,6 @@
 // Images from and to device-dependent bitmaps.
 
-#include "qel/display/band_painter.h"
+#include "qel/display/selected_palette.h"
 #include "qel/image/image.h"
 #include "qel/platform/gdi/bitmap.h"
 #include "qel/platform/gdi/dib_transfer.h"

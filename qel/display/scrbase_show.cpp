@@ -6,6 +6,7 @@
 
 #include "qel/display/band_painter.h"
 #include "qel/display/scrbase.h"
+#include "qel/display/selected_palette.h"
 #include "qel/display/visible_part.h"
 #include "qel/image/image.h"
 #include "qel/lines/run_fill.h"

@@ -3,45 +3,18 @@
 
 #include <algorithm>
 
-#include "qel/display/band_painter.h"
+#include "qel/display/memory_bitmap.h"
+#include "qel/display/selected_palette.h"
 #include "qel/image/image.h"
-#include "qel/platform/gdi/bitmap.h"
-#include "qel/platform/gdi/blit.h"
 #include "qel/platform/gdi/dib_transfer.h"
 #include "qel/platform/gdi/window.h"
 #include "qel/platform/mfc/palette.h"
 
 namespace {
 
-using qel::display::SelectedPalette;
+using qel::display::MemoryBitmap, qel::display::SelectedPalette;
 
 constexpr int kTrueColor = 1, kTypeOfHeader = 10, kAllStores = 15;
-
-/// A bitmap of a context's depth and a context to copy it from.
-class MemoryBitmap {
- public:
-  MemoryBitmap(HDC hdc, int nWidth, int nHeight)
-      : m_hdc(CreateCompatibleDC(hdc)), m_hBitmap(CreateCompatibleBitmap(hdc, nWidth, nHeight)) {}
-  ~MemoryBitmap() {
-    DeleteDC(m_hdc);
-    DeleteObject(m_hBitmap);
-  }
-  MemoryBitmap(const MemoryBitmap &) = delete;
-  MemoryBitmap &operator=(const MemoryBitmap &) = delete;
-
-  HBITMAP Get() const { return m_hBitmap; }
-
-  /// Copies its top left corner into a rectangle.
-  void CopyTo(HDC hdc, const RECT &rc) const {
-    const HGDIOBJ hBefore = SelectObject(m_hdc, m_hBitmap);
-    BitBlt(hdc, rc.left, rc.top, CRect(rc).Width(), CRect(rc).Height(), m_hdc, 0, 0, SRCCOPY);
-    SelectObject(m_hdc, hBefore);
-  }
-
- private:
-  HDC m_hdc;
-  HBITMAP m_hBitmap;
-};
 
 /// Pulls both ends of a span of the screen in to limits, and those of the image's with them.
 struct SpanPair {
@@ -82,7 +55,7 @@ void PQel::ShowImage(HDC hdcDst, HDC hdcRef, RECT *pRect, int bForceBkgd, unsign
   CPalette palette;
   palette.Attach(GetPalette(pMap));
   const SelectedPalette selected(hdcRef, palette, bForceBkgd);
-  const MemoryBitmap bitmap(hdcRef, m_pBIH->biWidth, static_cast<int>(m_lHeight));
+  const MemoryBitmap bitmap(hdcRef, m_pBIH->biWidth, m_lHeight);
   if (SetDIBits(hdcRef, bitmap.Get(), 0, static_cast<UINT>(m_lHeight), pPixels, GetBI(), DIB_RGB_COLORS))
     bitmap.CopyTo(hdcDst, rc);
 }
