@@ -1,5 +1,6 @@
 // Picture files opened and saved through the format libraries; the yardstick is the library beneath alone, file to
-// memory and back. Each run opens its file anew and takes fresh memory, on both sides.
+// memory and back. Each run opens its file anew and takes fresh memory, on both sides. Photos are opened too where
+// QEL_TEST_DATA names a folder of pictures.
 #include <gif_lib.h>
 #include <png.h>
 #include <sys/mman.h>
@@ -7,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <random>
 #include <string>
@@ -66,13 +68,15 @@ Pictures &Shared() {
   return pictures;
 }
 
-/// Fresh memory in huge pages for the yardsticks to decode into, the best that a program can have; that of a plain
-/// malloc makes them several times slower here.
+/// Fresh memory for the yardsticks to decode into, large blocks in huge pages, the best that a program can have; that
+/// of a plain malloc makes them several times slower here.
 struct Memory {
-  static constexpr std::size_t kPage = 2 << 20, kBytes = (kRowBytes * kHeight + kPage - 1) / kPage * kPage;
+  static constexpr std::size_t kPage = 2 << 20;
 
-  Memory() : bytes(static_cast<unsigned char *>(std::aligned_alloc(kPage, kBytes))) {
-    madvise(bytes, kBytes, MADV_HUGEPAGE);
+  Memory(std::size_t rowBytes, std::size_t height) {
+    const std::size_t size = rowBytes * height, whole = (size + kPage - 1) / kPage * kPage;
+    bytes = static_cast<unsigned char *>(size < 2 * kPage ? std::malloc(size) : std::aligned_alloc(kPage, whole));
+    if (size >= 2 * kPage) madvise(bytes, whole, MADV_HUGEPAGE);
   }
   ~Memory() {
     Touch(bytes);
@@ -87,7 +91,6 @@ struct Memory {
 // libjpeg alone ------------------------------------------------------------------------------------------------------
 
 void ReadJpeg(const std::string &path) {
-  const Memory memory;
   std::FILE *file = std::fopen(path.c_str(), "rb");
   jpeg_decompress_struct info;
   jpeg_error_mgr error;
@@ -97,8 +100,10 @@ void ReadJpeg(const std::string &path) {
   jpeg_read_header(&info, TRUE);
   info.out_color_space = JCS_EXT_BGR;
   jpeg_start_decompress(&info);
+  const std::size_t rowBytes = info.output_width * std::size_t{3};
+  const Memory memory(rowBytes, info.output_height);
   while (info.output_scanline < info.output_height) {
-    JSAMPROW row = memory.bytes + info.output_scanline * kRowBytes;
+    JSAMPROW row = memory.bytes + info.output_scanline * rowBytes;
     jpeg_read_scanlines(&info, &row, 1);
   }
   jpeg_finish_decompress(&info);
@@ -131,25 +136,26 @@ void WriteJpeg(const std::string &path, const std::vector<unsigned char> &photo)
 // libpng alone -------------------------------------------------------------------------------------------------------
 
 void ReadPng(const std::string &path) {
-  const Memory memory;
   std::FILE *file = std::fopen(path.c_str(), "rb");
-  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  png_structp png =
+      png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, [](png_structp, png_const_charp) {});
   png_infop info = png_create_info_struct(png);
   png_init_io(png, file);
   png_read_info(png, info);
   png_set_bgr(png);
   png_read_update_info(png, info);
-  for (long y = 0; y < kHeight; ++y) png_read_row(png, memory.bytes + y * kRowBytes, nullptr);
+  const std::size_t rowBytes = png_get_rowbytes(png, info), height = png_get_image_height(png, info);
+  const Memory memory(rowBytes, height);
+  for (std::size_t y = 0; y < height; ++y) png_read_row(png, memory.bytes + y * rowBytes, nullptr);
   png_read_end(png, nullptr);
   png_destroy_read_struct(&png, &info, nullptr);
   std::fclose(file);
 }
 
-// libtiff and giflib alone
-// ---------------------------------------------------------------------------------------------
+// libtiff and giflib alone -------------------------------------------------------------------------------------------
 
 void ReadTiff(const std::string &path) {
-  const Memory memory;
+  const Memory memory(kRowBytes, kHeight);
   TIFF *tiff = TIFFOpen(path.c_str(), "r");
   unsigned char *to = memory.bytes;
   for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip)
@@ -158,7 +164,7 @@ void ReadTiff(const std::string &path) {
 }
 
 void ReadGif(const std::string &path) {
-  const Memory memory;
+  const Memory memory(kWidth, kHeight);
   GifFileType *gif = DGifOpenFileName(path.c_str(), nullptr);
   GifRecordType record;
   while (DGifGetRecordType(gif, &record) == GIF_OK && record != IMAGE_DESC_RECORD_TYPE) {
@@ -182,7 +188,24 @@ bench::Works Open(const std::string &path, const char *library, void (*bare)(con
           Repeat([=] { bare(path); })};
 }
 
+/// Small photos, where opening and closing everything counts.
+void AddPhotos() {
+  struct Photo {
+    const char *name, *library;
+    void (*bare)(const std::string &);
+  };
+  const char *const data = std::getenv("QEL_TEST_DATA");
+  if (data == nullptr) return;
+  for (const Photo &photo : {Photo{"rocket.jpg", "zuljpg32", ReadJpeg}, Photo{"astronaut.png", "zulpng32", ReadPng}}) {
+    const std::string path = std::string(data) + "/photos/" + photo.name;
+    if (std::filesystem::exists(path))
+      bench::AddPair(
+          {std::string("codec/open ") + photo.name, 1.05, 0, [=] { return Open(path, photo.library, photo.bare); }});
+  }
+}
+
 void AddPairs() {
+  AddPhotos();
   constexpr std::size_t kBytes = static_cast<std::size_t>(kRowBytes * kHeight);
   bench::AddPair(
       {"codec/open JPEG, 4096 x 3072, 24-bit", 1.05, kBytes, [] { return Open(Shared().jpeg, "zuljpg32", ReadJpeg); }});
