@@ -64,11 +64,12 @@ std::string NameOf(const std::string &path) {
 Viewer::Viewer(std::vector<std::string> paths, std::optional<Extent> size)
     : m_files(std::move(paths)), m_size(std::move(size)) {}
 
+// The window is left to the system, which closes it with the program: SDL wakes itself by messages to the window, by a
+// connection of their own. One that comes when the window has gone would end the program as an X error does.
 Viewer::~Viewer() {
   m_texture.reset();
   m_renderer.reset();
-  m_sdlWindow.reset();
-  SDL_Quit();
+  static_cast<void>(m_sdlWindow.release());
 }
 
 /// Reads the current file, or the first behind it that can be read; false when there is none.
