@@ -125,7 +125,7 @@ bench::Works SoftStroke() {
 
 const bench::PairsAtStart g_pairs([] {
   bench::AddPair({"tools/rules of hue and lightness : textbook floats", 0, 3 * kWidth, HueAndLightness});
-  bench::AddPair({"tools/rule of a colour box : plain loop", 0, 3 * kWidth, ColorBoxes});
+  bench::AddPair({"tools/rule of a colour box : plain loop", 0.5, 3 * kWidth, ColorBoxes});
   bench::AddPair({"tools/sums of a footprint : single pixels", 0.5, kWidth, FootprintSums});
   bench::AddPair({"tools/soft stroke of 64 pixels : bare mixes", 2, 0, SoftStroke});
 });

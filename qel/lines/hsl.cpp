@@ -75,7 +75,7 @@ void ConvertLineToHsl(unsigned char *pLine, long lCount) {
 
 namespace qel::lines {
 
-void MarkBox(unsigned char *bits, const unsigned char *line, long n, const ColorBox &box) {
+void plain::MarkBox(unsigned char *bits, const unsigned char *line, long n, const ColorBox &box) {
   Mark(bits, line, n, [&box](const unsigned char *p) {
     bool inside = true;
     for (int c = 0; c < 3; ++c) inside &= p[c] >= box.low[c] && p[c] <= box.high[c];

@@ -20,4 +20,10 @@ void MarkHue(unsigned char *bits, const unsigned char *line, long n, int hue, in
 void MarkGrays(unsigned char *bits, const unsigned char *line, long n);
 void MarkLightness(unsigned char *bits, const unsigned char *line, long n, int low, int high);
 
+namespace plain {
+
+void MarkBox(unsigned char *bits, const unsigned char *line, long n, const ColorBox &box);
+
+}  // namespace plain
+
 }  // namespace qel::lines

@@ -8,6 +8,8 @@
 #include <random>
 #include <vector>
 
+#include "support/targets.h"
+
 namespace {
 
 using Line = std::vector<unsigned char>;
@@ -62,6 +64,26 @@ TEST(Hsl, MarksHuesAroundTheCircleAndKeepsOtherBits) {
           << i << " of " << n << ", hue " << hue << ", tolerance " << tolerance;
     }
   }
+}
+
+TEST(Hsl, MarksBoxesOnEveryTarget) {
+  std::mt19937 random(6);
+  const qel::lines::ColorBox box = {{40, 0, 100}, {140, 200, 255}};
+  test::ForEachTarget([&] {
+    for (long n = 0; n < 400; n += 1 + static_cast<long>(random() % 5)) {
+      Line line(static_cast<std::size_t>(3 * n)), bits(static_cast<std::size_t>((n + 7) / 8));
+      for (auto &b : line) b = static_cast<unsigned char>(random() % 7 == 0 ? 140 : random());
+      for (auto &b : bits) b = static_cast<unsigned char>(random() & random());
+      Line expected = bits;
+      for (std::size_t i = 0; i < line.size() / 3; ++i) {
+        bool inside = true;
+        for (std::size_t c = 0; c < 3; ++c) inside &= line[3 * i + c] >= box.low[c] && line[3 * i + c] <= box.high[c];
+        if (inside) expected[i / 8] = static_cast<unsigned char>(expected[i / 8] | 0x80 >> i % 8);
+      }
+      qel::lines::MarkBox(bits.data(), line.data(), n, box);
+      ASSERT_EQ(bits, expected) << n;
+    }
+  });
 }
 
 }  // namespace
