@@ -36,33 +36,7 @@ void BuildGammaTable(unsigned char *pTable, int nGamma) {
 
 // Life ---------------------------------------------------------------------------------------------------------------
 
-PScrbase::PScrbase()
-    : m_hBIMem(nullptr),
-      m_hWorkMem(nullptr),
-      m_hLineMem(nullptr),
-      m_hMapMem(nullptr),
-      m_pbi(nullptr),
-      m_pbyRGBMap(nullptr),
-      m_pbyRGBMap2(nullptr),
-      m_pbyGammaMap(nullptr),
-      m_pbyWorkBuf(nullptr),
-      m_pbyPalMap(nullptr),
-      m_pwPalIndex(nullptr),
-      m_plErr1(nullptr),
-      m_plErr2(nullptr),
-      m_pPalEntryImg(nullptr),
-      m_pPalEntryStd(nullptr),
-      m_pCurrPal(nullptr),
-      m_bGamma(0),
-      m_bCommonPal(0),
-      m_nGammaRed(kIdentity),
-      m_nGammaGreen(kIdentity),
-      m_nGammaBlue(kIdentity),
-      m_nScreenBits(0),
-      m_nDPIX(0),
-      m_nDPIY(0),
-      m_nScreenWidth(0),
-      m_lErrorWidth(0) {}
+PScrbase::PScrbase() = default;
 
 PScrbase::~PScrbase() {
   xFreeBlocks();

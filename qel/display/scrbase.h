@@ -87,33 +87,33 @@ class QEL_API PScrbase : public CObject {
                     unsigned char *pSrcPal, unsigned char *pDstPal, int nSrcBits, int nDstBits, int nWidth);
 
  protected:
-  HGLOBAL m_hBIMem;              // block 1: m_pbi
-  HGLOBAL m_hWorkMem;            // block 2: the maps
-  HGLOBAL m_hLineMem;            // block 3: m_pbyWorkBuf
-  HGLOBAL m_hMapMem;             // block 4: everything from m_pbyPalMap to m_pPalEntryStd
-  BITMAPINFO *m_pbi;             // header and colour table of what is drawn
-  unsigned char *m_pbyRGBMap;    // 768 bytes of colour map and 256 of a common one: a work area
-  unsigned char *m_pbyRGBMap2;   // a second one, which nothing uses
-  unsigned char *m_pbyGammaMap;  // red, green and blue tables of 256
-  unsigned char *m_pbyWorkBuf;   // the line being prepared; the logical palette being built
-  unsigned char *m_pbyPalMap;    // 4096 indices of the standard palette by colour key
-  unsigned short *m_pwPalIndex;  // 0, 1, ... 255
-  int *m_plErr1;                 // error rows, a screen wide
-  int *m_plErr2;
-  PALETTEENTRY *m_pPalEntryImg;  // the palette of the image being diffused
-  PALETTEENTRY *m_pPalEntryStd;  // the screen's standard palette
+  HGLOBAL m_hBIMem = nullptr;              // block 1: m_pbi
+  HGLOBAL m_hWorkMem = nullptr;            // block 2: the maps
+  HGLOBAL m_hLineMem = nullptr;            // block 3: m_pbyWorkBuf
+  HGLOBAL m_hMapMem = nullptr;             // block 4: everything from m_pbyPalMap to m_pPalEntryStd
+  BITMAPINFO *m_pbi = nullptr;             // header and colour table of what is drawn
+  unsigned char *m_pbyRGBMap = nullptr;    // 768 bytes of colour map and 256 of a common one: a work area
+  unsigned char *m_pbyRGBMap2 = nullptr;   // a second one, which nothing uses
+  unsigned char *m_pbyGammaMap = nullptr;  // red, green and blue tables of 256
+  unsigned char *m_pbyWorkBuf = nullptr;   // the line being prepared; the logical palette being built
+  unsigned char *m_pbyPalMap = nullptr;    // 4096 indices of the standard palette by colour key
+  unsigned short *m_pwPalIndex = nullptr;  // 0, 1, ... 255
+  int *m_plErr1 = nullptr;                 // error rows, a screen wide
+  int *m_plErr2 = nullptr;
+  PALETTEENTRY *m_pPalEntryImg = nullptr;  // the palette of the image being diffused
+  PALETTEENTRY *m_pPalEntryStd = nullptr;  // the screen's standard palette
   CPalette m_palStd;
   CPalette m_palGamma;
-  CPalette *m_pCurrPal;  // one of these two or the caller's
-  int m_bGamma;
-  int m_bCommonPal;
-  int m_nGammaRed;
-  int m_nGammaGreen;
-  int m_nGammaBlue;
-  int m_nScreenBits;  // 1, 4, 8 or 24, which stands for all depths above 8
-  int m_nDPIX;
-  int m_nDPIY;
-  int m_nScreenWidth;
+  CPalette *m_pCurrPal = nullptr;  // one of these two or the caller's
+  int m_bGamma = 0;
+  int m_bCommonPal = 0;
+  int m_nGammaRed = 256;
+  int m_nGammaGreen = 256;
+  int m_nGammaBlue = 256;
+  int m_nScreenBits = 0;  // 1, 4, 8 or 24, which stands for all depths above 8
+  int m_nDPIX = 0;
+  int m_nDPIY = 0;
+  int m_nScreenWidth = 0;
 
  private:
   class Lines;  // on their way to the screen
@@ -128,7 +128,7 @@ class QEL_API PScrbase : public CObject {
 
   /// Makes block 4 for error rows of lWidth pixels, with what it holds; 0 when memory is short, and it stays as it was.
   int xAllocMapBlock(long lWidth);
-  long m_lErrorWidth;  // pixels that the error rows have room for
+  long m_lErrorWidth = 0;  // pixels that the error rows have room for
 
   /// Takes each of the 768 bytes of a colour map through one map of 256, and through one a channel.
   void xAddMapToRGBMap(unsigned char *pRGBMap, unsigned char *pMap);
