@@ -9,14 +9,14 @@
 
 namespace {
 
-constexpr unsigned long kLargestRead = 64 * 1024 * 1024;  // bytes of pixels that are worth the time
+constexpr unsigned long kMostPixels = 8 << 20;  // that are worth the time
 
 /// True for files whose pixels are read: not for those that claim to hold far more than they can.
 bool IsSmall(const char *name) {
   BITMAPINFOHEADER header;
   if (!AllReadHeader(name, &header)) return true;
   const auto width = static_cast<unsigned long>(header.biWidth), height = static_cast<unsigned long>(header.biHeight);
-  return width * height <= kLargestRead / 8;
+  return width * height <= kMostPixels;
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // display failed (one line on standard error tells which and why), 2 wrong usage.
 #define SDL_MAIN_HANDLED
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <cstdio>
 #include <new>
 

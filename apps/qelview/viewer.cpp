@@ -64,14 +64,6 @@ std::string NameOf(const std::string &path) {
 Viewer::Viewer(std::vector<std::string> paths, std::optional<Extent> size)
     : m_files(std::move(paths)), m_size(std::move(size)) {}
 
-// The window is left to the system, which closes it with the program: SDL wakes itself by messages to the window, by a
-// connection of their own. One that comes when the window has gone would end the program as an X error does.
-Viewer::~Viewer() {
-  m_texture.reset();
-  m_renderer.reset();
-  static_cast<void>(m_sdlWindow.release());
-}
-
 /// Reads the current file, or the first behind it that can be read; false when there is none.
 bool Viewer::ReadPicture(int direction) {
   for (; !m_files.IsEmpty(); m_files.Drop(direction)) {
@@ -113,11 +105,11 @@ void Viewer::Open() {
   if (SDL_Init(SDL_INIT_VIDEO) != 0) FailToDisplay();
   if (!ReadPicture(1)) return;
   const Extent size = SizeToOpen();
-  m_sdlWindow.reset(SDL_CreateWindow("qelview", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
-                                     static_cast<int>(size.width), static_cast<int>(size.height),
-                                     SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI));
+  m_sdlWindow =
+      SDL_CreateWindow("qelview", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, static_cast<int>(size.width),
+                       static_cast<int>(size.height), SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
   if (m_sdlWindow == nullptr) FailToDisplay();
-  m_renderer.reset(SDL_CreateRenderer(m_sdlWindow.get(), -1, 0));
+  m_renderer.reset(SDL_CreateRenderer(m_sdlWindow, -1, 0));
   if (m_renderer == nullptr) FailToDisplay();
   SDL_StartTextInput();
   m_canvas.SetLook(m_look);
@@ -181,7 +173,7 @@ void Viewer::Take(const SDL_Event &event) {
 
 void Viewer::TakeMotion(const SDL_MouseMotionEvent &motion) {
   int width = 0, height = 0;
-  SDL_GetWindowSize(m_sdlWindow.get(), &width, &height);
+  SDL_GetWindowSize(m_sdlWindow, &width, &height);
   const Spot pointer = {motion.x * m_window.width / std::max(width, 1),
                         motion.y * m_window.height / std::max(height, 1)};
   if (motion.state & SDL_BUTTON_LMASK) m_placement.MoveBy(pointer.x - m_pointer.x, pointer.y - m_pointer.y);
@@ -301,7 +293,7 @@ void Viewer::Present() {
       SDL_RenderCopy(m_renderer.get(), m_texture.get(), nullptr, nullptr) != 0)
     throw app::Failure("display", SDL_GetError());
   SDL_RenderPresent(m_renderer.get());
-  SDL_SetWindowTitle(m_sdlWindow.get(), Title().c_str());
+  SDL_SetWindowTitle(m_sdlWindow, Title().c_str());
 }
 
 std::string Viewer::Title() const {

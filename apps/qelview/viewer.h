@@ -19,7 +19,6 @@ class Viewer {
  public:
   /// `size`: of the window; as large as the first picture without one, as far as the screen allows.
   Viewer(std::vector<std::string> paths, std::optional<Extent> size);
-  ~Viewer();
   Viewer(const Viewer &) = delete;
   Viewer &operator=(const Viewer &) = delete;
 
@@ -66,12 +65,14 @@ class Viewer {
   std::optional<Shown> m_shown;  // none: nothing yet
   Extent m_window;               // in pixels of the screen
 
+  // The window is left to the system, which closes it with the program: SDL wakes itself by messages to the window, by
+  // a connection of their own, and one that comes when the window has gone would end the program as an X error does.
+  SDL_Window *m_sdlWindow = nullptr;
+
   struct Release {
-    void operator()(SDL_Window *p) const { SDL_DestroyWindow(p); }
     void operator()(SDL_Renderer *p) const { SDL_DestroyRenderer(p); }
     void operator()(SDL_Texture *p) const { SDL_DestroyTexture(p); }
   };
-  std::unique_ptr<SDL_Window, Release> m_sdlWindow;
   std::unique_ptr<SDL_Renderer, Release> m_renderer;
   std::unique_ptr<SDL_Texture, Release> m_texture;
 };
